@@ -1,0 +1,30 @@
+#pragma once
+
+#include "core/logging/LogEntry.h"
+
+#include <string>
+#include <string_view>
+
+namespace tarvik::logging {
+
+class Log;
+
+/// Base of every component that logs: holds its named log of the global manager.
+class Logging
+{
+public:
+    explicit Logging(std::string_view logName);
+
+protected:
+    ~Logging() = default;
+    Logging(const Logging&) = default;
+    Logging& operator=(const Logging&) = default;
+
+    /// Makes an entry with the local time. Never throws.
+    void log(LogLevel level, std::string message) const noexcept;
+
+private:
+    Log* _log; ///< lives in the global manager until process exit
+};
+
+} // namespace tarvik::logging
