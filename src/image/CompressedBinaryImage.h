@@ -1,0 +1,38 @@
+#pragma once
+
+#include "image/Image.h"
+
+#include <cstdint>
+#include <span>
+#include <vector>
+
+namespace tarvik::image {
+
+/// A black-and-white picture packed to one bit per pixel, rows following each other without
+/// padding: pixel (c, r) is bit i mod 32 of word i / 32, i = r x width + c. A set bit is
+/// foreground; bits behind the last pixel are 0.
+class CompressedBinaryImage
+{
+public:
+    /// Packs the rectangle of w x h pixels at (x, y), which must lie inside the image.
+    /// Throws Exception "Cannot compress color images."; the contents then stay.
+    void load(const Image& image, std::uint16_t x, std::uint16_t y, std::uint16_t w,
+              std::uint16_t h);
+    /// Packs the whole image.
+    void load(const Image& image);
+
+    [[nodiscard]] int width() const { return _width; }
+
+    [[nodiscard]] int height() const { return _height; }
+
+    [[nodiscard]] std::span<const std::uint32_t> words() const { return _words; }
+
+private:
+    void reshape(std::uint16_t w, std::uint16_t h);
+
+    std::int16_t _width = 0;
+    std::int16_t _height = 0;
+    std::vector<std::uint32_t> _words;
+};
+
+} // namespace tarvik::image
