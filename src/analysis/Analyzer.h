@@ -10,10 +10,6 @@
 #include "core/util/Listener.h"
 #include "core/util/Observable.h"
 
-#include <atomic>
-#include <cstdint>
-#include <span>
-
 namespace tarvik::image {
 class Image;
 }
@@ -51,12 +47,10 @@ public:
     static void serialize(S& s, Self& self);
 
 private:
-    void extract(image::Image& image) TARVIK_REQUIRES(_configMutex);
-    [[nodiscard]] bool takeObject(const image::Image& image) TARVIK_REQUIRES(_configMutex);
-    [[nodiscard]] bool takeInnerContour() TARVIK_REQUIRES(_configMutex);
-    [[nodiscard]] bool tooShortOrLong(fp<32, 15> length) const TARVIK_REQUIRES(_configMutex);
-    [[nodiscard]] std::span<Complex<16, 14>> nextPoints() TARVIK_REQUIRES(_configMutex);
-    void removeShortParts(int index, fp<32, 15> minLength);
+    class Extraction;
+
+    void analyze(image::Image& image) TARVIK_REQUIRES(_configMutex);
+    void describeParts(Frame& frame, const image::Image& image) const;
 
     /// Held from the first pass until its notification returns, so that a second image waits.
     /// Lock order: _frameMutex, then _configMutex.

@@ -30,8 +30,8 @@ public:
 private:
     void reshape(std::uint16_t w, std::uint16_t h);
 
-    std::int16_t _width = 0;
-    std::int16_t _height = 0;
+    std::uint16_t _width = 0;
+    std::uint16_t _height = 0;
     std::vector<std::uint32_t> _words;
 };
 

@@ -1,0 +1,170 @@
+#include "analysis/extraction/chaincode/SoftwarePolygonExtractor.h"
+
+#include "analysis/extraction/chaincode/RunLengthEncoder.h"
+#include "analysis/extraction/chaincode/processors/EmptyPolygonBuilder.h"
+#include "analysis/extraction/chaincode/processors/PolygonBuilderRecursive.h"
+#include "analysis/extraction/chaincode/processors/PolygonProperties.h"
+#include "image/Image.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace tarvik::analysis::extraction::chaincode {
+
+SoftwarePolygonExtractor::Region SoftwarePolygonExtractor::clippedRegion(const image::Image& image,
+                                                                         const ROI& roi)
+{
+    const ROI wanted(roi.x, roi.y, roi.width, roi.height);
+    const bool valid = wanted.width > 0 && wanted.height > 0 && wanted.x <= image.width() - 2 &&
+                       wanted.y <= image.height() - 2;
+    if (!valid) {
+        return {0, 0, image.width(), image.height()};
+    }
+    return {wanted.x, wanted.y, std::min<int>(wanted.width, image.width() - wanted.x),
+            std::min<int>(wanted.height, image.height() - wanted.y)};
+}
+
+/// Cuts objects open at the region's edge, so that no trace can leave it.
+void SoftwarePolygonExtractor::clearFrame(image::Image& image, const Region& region)
+{
+    const std::size_t stride = image.width();
+    std::uint8_t* const first = image.data() + static_cast<std::size_t>(region.y) * stride +
+                                static_cast<std::size_t>(region.x);
+    const auto width = static_cast<std::size_t>(region.width);
+    const auto height = static_cast<std::size_t>(region.height);
+    std::memset(first, 0, width);
+    std::memset(first + (height - 1) * stride, 0, width);
+    for (std::size_t row = 0; row < height; ++row) {
+        first[row * stride] = 0;
+        first[row * stride + width - 1] = 0;
+    }
+}
+
+void SoftwarePolygonExtractor::begin(image::Image& image, const ROI& roi, fp<16, 15> maxError)
+{
+    end();
+    if (image.channels() == 3) {
+        _packed.load(image); // says that it cannot
+    }
+    if (image.width() < 2 || image.height() < 2) {
+        return; // there is nothing inside its edges
+    }
+    _maxError = maxError;
+    _grid = PixelGrid(image.width(), image.height());
+    _region = clippedRegion(image, roi);
+    clearFrame(image, _region);
+    _packed.load(image, static_cast<std::uint16_t>(_region.x),
+                 static_cast<std::uint16_t>(_region.y), static_cast<std::uint16_t>(_region.width),
+                 static_cast<std::uint16_t>(_region.height));
+    _starts.load(_packed);
+
+    _stride = image.width();
+    _pixels = image.data() + _region.y * _stride + _region.x;
+    for (std::size_t code = 0; code < _pixelOffsets.size(); ++code) {
+        _pixelOffsets[code] = PixelGrid::DY[code] * _stride + PixelGrid::DX[code];
+        _indexOffsets[code] = PixelGrid::DY[code] * _region.width + PixelGrid::DX[code];
+    }
+    _active = true;
+    findNext(0);
+}
+
+void SoftwarePolygonExtractor::end()
+{
+    _active = false;
+    _starts.clear();
+    _position = 0;
+    _inner = false;
+    _pixels = nullptr;
+}
+
+void SoftwarePolygonExtractor::findNext(std::size_t from)
+{
+    _position = _starts.next(from);
+    if (hasNext()) {
+        _inner = *(pixelAt(_position) - _stride) != 0;
+    }
+}
+
+const std::uint8_t* SoftwarePolygonExtractor::pixelAt(std::size_t index) const
+{
+    const auto width = static_cast<std::size_t>(_region.width);
+    return _pixels + static_cast<std::ptrdiff_t>(index / width) * _stride +
+           static_cast<std::ptrdiff_t>(index % width);
+}
+
+Complex<16, 14> SoftwarePolygonExtractor::startPoint() const
+{
+    const auto index = static_cast<int>(_position);
+    return _grid.point(_region.x + index % _region.width, _region.y + index / _region.width);
+}
+
+/// Hands every step of the current contour to the consumer, then goes on to the next contour.
+///
+/// The search at each pixel begins behind the background pixel that ended the previous one, so the
+/// states (pixel, background neighbour) follow each other one to one and come back to the first.
+template <class Consumer>
+void SoftwarePolygonExtractor::trace(Consumer& consumer)
+{
+    const std::uint8_t* const start = pixelAt(_position);
+    const std::uint8_t* pixel = start;
+    auto index = static_cast<std::ptrdiff_t>(_position);
+    unsigned direction = _inner ? 3 : 7;
+    do {
+        _starts.pass(static_cast<std::size_t>(index));
+        unsigned code = direction;
+        unsigned tries = 8;
+        while (pixel[_pixelOffsets[code]] == 0) {
+            code = (code + 1) % 8;
+            if (--tries == 0) {
+                findNext(_position); // an isolated pixel has no chain
+                return;
+            }
+        }
+        pixel += _pixelOffsets[code];
+        index += _indexOffsets[code];
+        consumer.add(static_cast<std::uint8_t>(code));
+        direction = (code + 6) % 8;
+    } while (pixel != start);
+    findNext(_position);
+}
+
+bool SoftwarePolygonExtractor::nextPolygon(std::span<Complex<16, 14>> points, int& count)
+{
+    if (!_active || !hasNext() || points.empty()) {
+        return false;
+    }
+    processors::PolygonBuilderRecursive builder(_grid, startPoint(), points, _maxError);
+    RunLengthEncoder encoder(builder);
+    trace(encoder);
+    encoder.finish();
+    count = builder.finish();
+    return true;
+}
+
+bool SoftwarePolygonExtractor::nextPolygon(Complex<16, 14>* centre, fp<32, 15>* length)
+{
+    if (!_active || !hasNext()) {
+        return false;
+    }
+    processors::PolygonProperties properties(_grid, startPoint());
+    trace(properties);
+    if (centre != nullptr) {
+        *centre = properties.centre();
+    }
+    if (length != nullptr) {
+        *length = properties.length();
+    }
+    return true;
+}
+
+bool SoftwarePolygonExtractor::skipPolygon()
+{
+    if (!_active || !hasNext()) {
+        return false;
+    }
+    processors::EmptyPolygonBuilder nobody;
+    trace(nobody);
+    return true;
+}
+
+} // namespace tarvik::analysis::extraction::chaincode

@@ -1,0 +1,67 @@
+#pragma once
+
+#include "analysis/extraction/chaincode/ChainCodePolygonExtractor.h"
+#include "analysis/extraction/chaincode/ContourStarts.h"
+#include "analysis/extraction/chaincode/PixelGrid.h"
+#include "image/CompressedBinaryImage.h"
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+
+namespace tarvik::analysis::extraction::chaincode {
+
+/// Follows contours pixel by pixel in software (Moore neighbourhood tracing, as in Gonzalez and
+/// Woods, Digital Image Processing), and looks for the next one 32 pixels at a time.
+///
+/// A trace ends at its first return to the start pixel, also where a line one pixel wide passes
+/// through the start twice; what remains of such a figure may start further contours.
+class SoftwarePolygonExtractor : public ChainCodePolygonExtractor
+{
+public:
+    void begin(image::Image& image, const ROI& roi, fp<16, 15> maxError) override;
+    void end() override;
+    bool nextPolygon(std::span<Complex<16, 14>> points, int& count) override;
+    bool nextPolygon(Complex<16, 14>* centre, fp<32, 15>* length) override;
+    bool skipPolygon() override;
+
+    [[nodiscard]] bool hasNext() const override { return _position < _starts.size(); }
+
+    [[nodiscard]] bool innerContour() const override { return _inner; }
+
+private:
+    /// The part of the image that is scanned, in pixels.
+    struct Region
+    {
+        int x = 0;
+        int y = 0;
+        int width = 0;
+        int height = 0;
+    };
+
+    [[nodiscard]] static Region clippedRegion(const image::Image& image, const ROI& roi);
+    static void clearFrame(image::Image& image, const Region& region);
+    void findNext(std::size_t from);
+    template <class Consumer>
+    void trace(Consumer& consumer);
+    [[nodiscard]] Complex<16, 14> startPoint() const;
+    [[nodiscard]] const std::uint8_t* pixelAt(std::size_t index) const;
+
+    bool _active = false;
+    PixelGrid _grid{2, 2};
+    Region _region;
+    fp<16, 15> _maxError;
+    image::CompressedBinaryImage _packed;
+    ContourStarts _starts;
+
+    /// First pixel of the region in the image that is scanned; between begin() and end() only.
+    const std::uint8_t* _pixels = nullptr;
+    std::ptrdiff_t _stride = 0;
+    std::array<std::ptrdiff_t, 8> _pixelOffsets{}; ///< to the neighbours, in the image
+    std::array<std::ptrdiff_t, 8> _indexOffsets{}; ///< to the neighbours, in the region
+
+    std::size_t _position = 0; ///< index of the next contour's start in the region
+    bool _inner = false;
+};
+
+} // namespace tarvik::analysis::extraction::chaincode

@@ -1,0 +1,51 @@
+#pragma once
+
+#include "analysis/extraction/chaincode/PixelGrid.h"
+#include "math/Complex.h"
+#include "math/fp.h"
+
+#include <cstdint>
+#include <span>
+
+namespace tarvik::analysis::extraction::chaincode::processors {
+
+/// Builds a polygon from the runs of a chain code and drops the vertices that lie close to the
+/// chord of their neighbours.
+class PolygonBuilderRecursive
+{
+public:
+    /// Room for at least one point, which becomes the start.
+    PolygonBuilderRecursive(const PixelGrid& grid, Complex<16, 14> start,
+                            std::span<Complex<16, 14>> points, fp<16, 15> maxError);
+
+    /// Advances by a run. Where the room for points ends, further runs are ignored.
+    void add(std::uint8_t direction, std::uint16_t length);
+
+    /// Closes the polygon and reduces it; the number of points left.
+    [[nodiscard]] int finish();
+
+private:
+    void advance(std::uint8_t direction, std::uint16_t length);
+    void emitPoint();
+    [[nodiscard]] bool formsStraightPiece(std::uint8_t direction, std::uint16_t length) const;
+    [[nodiscard]] bool corner(std::int16_t k) const;
+    [[nodiscard]] std::int16_t simplify(std::int16_t s, std::int16_t n);
+
+    [[nodiscard]] Complex<16, 14>& at(int i) { return _points[static_cast<std::size_t>(i)]; }
+
+    [[nodiscard]] const Complex<16, 14>& at(int i) const
+    {
+        return _points[static_cast<std::size_t>(i)];
+    }
+
+    const PixelGrid& _grid;
+    std::span<Complex<16, 14>> _points;
+    int _count = 1;
+    std::int64_t _threshold; ///< half the maximum error, raw
+    Complex<32, 28> _current;
+    bool _pending = false;
+    std::uint8_t _pendingDirection = 0;
+    std::uint16_t _pendingLength = 0;
+};
+
+} // namespace tarvik::analysis::extraction::chaincode::processors
