@@ -1,0 +1,89 @@
+#include "io/serialization/XMLEncoder.h"
+
+#include "io/IOException.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <memory>
+
+namespace tarvik::io::serialization {
+
+namespace {
+
+struct FileCloser
+{
+    void operator()(std::FILE* file) const { std::fclose(file); }
+};
+
+using File = std::unique_ptr<std::FILE, FileCloser>;
+
+/// True when the whole document has reached the disk.
+bool writeDurably(const TiXmlDocument& document, const std::string& path)
+{
+    File file(std::fopen(path.c_str(), "wbe"));
+    if (file == nullptr || !document.SaveFile(file.get()) || std::fflush(file.get()) != 0 ||
+        ::fsync(::fileno(file.get())) != 0) {
+        return false;
+    }
+    return std::fclose(file.release()) == 0;
+}
+
+/// Makes the renaming itself survive a power cut.
+void flushFolderOf(const std::string& path)
+{
+    const std::size_t slash = path.rfind('/');
+    const std::string folder = slash == std::string::npos ? "." : path.substr(0, slash + 1);
+    const int descriptor = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (descriptor >= 0) {
+        // Not every file system can; the new file is in place and whole in any case.
+        [[maybe_unused]] const int result = ::fsync(descriptor);
+        ::close(descriptor);
+    }
+}
+
+} // namespace
+
+XMLEncoder::XMLEncoder()
+{
+    _document.LinkEndChild(std::make_unique<TiXmlDeclaration>("1.0", "", "").release());
+    _current = _document.LinkEndChild(std::make_unique<TiXmlElement>("Data").release());
+}
+
+void XMLEncoder::beginElement(const char* name)
+{
+    _current = _current->LinkEndChild(std::make_unique<TiXmlElement>(name).release());
+}
+
+void XMLEncoder::endElement()
+{
+    _current = _current->Parent();
+}
+
+void XMLEncoder::addText(const std::string& text)
+{
+    _current->LinkEndChild(std::make_unique<TiXmlText>(text).release());
+}
+
+void XMLEncoder::saveToFile(const std::string& path) const
+{
+    const std::string temporary = path + ".tmp";
+    if (!writeDurably(_document, temporary) || std::rename(temporary.c_str(), path.c_str()) != 0) {
+        ::unlink(temporary.c_str());
+        throw IOException("Couldn't save file.");
+    }
+    flushFolderOf(path);
+}
+
+std::string XMLEncoder::printToBuffer() const
+{
+    TiXmlPrinter printer;
+    printer.SetIndent("\t");
+    printer.SetLineBreak("\n");
+    _document.Accept(&printer);
+    return printer.Str();
+}
+
+} // namespace tarvik::io::serialization

@@ -1,0 +1,356 @@
+#include "Samples.h"
+#include "io/serialization/XMLDecoder.h"
+#include "io/serialization/XMLEncoder.h"
+#include "support/TemporaryFolder.h"
+#include "support/Thrown.h"
+
+#include <gtest/gtest.h>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <clocale>
+#include <limits>
+#include <string>
+#include <vector>
+
+using namespace tarvik;
+using namespace tarvik::io;
+using namespace tarvik::io::serialization;
+using namespace tarvik::test;
+
+namespace {
+
+template <class F>
+std::string encoded(const F& wrapper)
+{
+    XMLEncoder encoder;
+    encoder& wrapper;
+    const std::string text = encoder.printToBuffer();
+    const std::string head = "<?xml version=\"1.0\" ?>\n<Data>\n";
+    EXPECT_EQ(text.substr(0, head.size()), head);
+    const std::size_t tail = text.rfind("</Data>");
+    return text.substr(head.size(), tail - head.size());
+}
+
+/// Reading adds a half and truncates towards zero, so a negative number comes back one step higher.
+Everything throughText(Everything e)
+{
+    const auto up = [](auto& value) {
+        value += std::remove_reference_t<decltype(value)>(value.raw() < 0 ? 1 : 0);
+    };
+    up(e.fraction);
+    up(e.error);
+    for (auto* const point : {&e.point, e.points.data()}) {
+        up(point->re);
+        up(point->im);
+    }
+    up(e.column.re);
+    up(e.column.im);
+    return e;
+}
+
+template <class F>
+void decode(const std::string& content, const F& wrapper)
+{
+    XMLDecoder decoder;
+    decoder.loadFromString("<?xml version=\"1.0\" ?><Data>" + content + "</Data>");
+    decoder& wrapper;
+}
+
+/// Raw value that the text decodes to.
+template <int W, int F>
+std::int64_t rawOf(const std::string& text)
+{
+    fp<W, F> value;
+    decode("<V>" + text + "</V>", field("V", value));
+    return value.raw();
+}
+
+std::string failure(const std::string& content, void (*read)(XMLDecoder&))
+{
+    return thrown<SerializationException>([&] {
+        XMLDecoder decoder;
+        decoder.loadFromString("<Data>" + content + "</Data>");
+        read(decoder);
+    });
+}
+
+std::string nested(int levels)
+{
+    std::string text;
+    for (int i = 0; i < levels; ++i) {
+        text += "<a>";
+    }
+    for (int i = 0; i < levels; ++i) {
+        text += "</a>";
+    }
+    return text;
+}
+
+std::string repeated(const std::string& part, int count)
+{
+    std::string text;
+    for (int i = 0; i < count; ++i) {
+        text += part;
+    }
+    return text;
+}
+
+} // namespace
+
+TEST(XMLCoder, WritesTheDocumentedForm)
+{
+    const std::vector<Complex<16, 14>> points{Complex<16, 14>::fromRaw(16384, -8192)};
+    EXPECT_EQ(encoded(array("Points", points, 0, 9)), "\t<Points>\n"
+                                                      "\t\t<Size>1</Size>\n"
+                                                      "\t\t<e>\n"
+                                                      "\t\t\t<x>1.000000</x>\n"
+                                                      "\t\t\t<y>-0.500000</y>\n"
+                                                      "\t\t</e>\n"
+                                                      "\t</Points>\n");
+    const std::vector<Complex<16, 14>> none;
+    EXPECT_EQ(encoded(array("Points", none, 0, 9)),
+              "\t<Points>\n\t\t<Size>0</Size>\n\t</Points>\n");
+    const char letter = static_cast<char>(0xFE);
+    EXPECT_EQ(encoded(field("Letter", letter)), "\t<Letter>254</Letter>\n");
+    const bool flag = true;
+    EXPECT_EQ(encoded(field("Flag", flag)), "\t<Flag>1</Flag>\n");
+    const std::string text = "a < b & \"c\"";
+    EXPECT_EQ(encoded(field("Text", text)), "\t<Text>a &lt; b &amp; &quot;c&quot;</Text>\n");
+}
+
+TEST(XMLCoder, ReadsBackEveryKindOfValue)
+{
+    const Everything sample = sampleEverything();
+    Everything read;
+    read.points.resize(3);
+    decode(encoded(field("Sample", sample)), field("Sample", read));
+    EXPECT_EQ(read, throughText(sample));
+}
+
+TEST(XMLCoder, ConvertsFixedPointThroughSinglePrecision)
+{
+    const fp<32, 15> oneAndAHalf(49152);
+    EXPECT_EQ(encoded(field("V", oneAndAHalf)), "\t<V>1.500000</V>\n");
+    const fp<32, 30> tiny(1);
+    EXPECT_EQ(encoded(field("V", tiny)), "\t<V>0.000000</V>\n");
+    const fp<32, 15> lengths(983);
+    EXPECT_EQ(encoded(field("V", lengths)), "\t<V>0.029999</V>\n");
+
+    EXPECT_EQ((rawOf<32, 15>("1.5")), 49152);
+    EXPECT_EQ((rawOf<32, 15>("-0.3")), -9829) << "truncates towards zero after adding 0.5";
+    EXPECT_EQ((rawOf<32, 30>("0.010000")), 10737418);
+    EXPECT_EQ((rawOf<32, 30>("0.000000")), 0);
+    EXPECT_EQ((rawOf<32, 30>("1e-60")), 0) << "too small for single precision";
+    EXPECT_EQ((rawOf<32, 15>(" +15.0E-1\n")), 49152);
+    EXPECT_EQ((rawOf<32, 15>(".5")), 16384);
+    EXPECT_EQ((rawOf<16, 15>("1.0")), -32768) << "keeps the low 16 bits";
+    EXPECT_EQ((rawOf<16, 14>("5.0")), 16384) << "keeps the low 16 bits";
+    EXPECT_EQ((rawOf<32, 30>("100001.0")), 1 << 30) << "keeps the low 32 bits";
+}
+
+TEST(XMLCoder, DoesNotDependOnTheLocale)
+{
+    // Where no locale with a decimal comma is installed, this shows nothing and harms nothing.
+    const char* const names[] = {"de_DE.UTF-8", "de_DE.utf8", "fr_FR.UTF-8"};
+    for (const char* const name : names) {
+        std::setlocale(LC_ALL, name);
+    }
+    const fp<32, 15> value(49152);
+    EXPECT_EQ(encoded(field("V", value)), "\t<V>1.500000</V>\n");
+    EXPECT_EQ((rawOf<32, 15>("1.5")), 49152);
+    std::setlocale(LC_ALL, "C");
+}
+
+TEST(XMLDecoder, RefusesNumbersThatDoNotParse)
+{
+    struct Case
+    {
+        const char* text;
+        const char* error;
+    };
+
+    constexpr Case wholeNumbers[] = {
+        {"65535", "(nothing thrown)"},
+        {" +7 ", "(nothing thrown)"},
+        {"65536", "Invalid value in <V>: '65536'. Expected: a whole number from 0 to 65535."},
+        {"-1", "Invalid value in <V>: '-1'. Expected: a whole number from 0 to 65535."},
+        {"12x", "Invalid value in <V>: '12x'. Expected: a whole number from 0 to 65535."},
+        {"1.5", "Invalid value in <V>: '1.5'. Expected: a whole number from 0 to 65535."},
+        {"0x10", "Invalid value in <V>: '0x10'. Expected: a whole number from 0 to 65535."},
+        {"+-1", "Invalid value in <V>: '+-1'. Expected: a whole number from 0 to 65535."},
+        {"99999999999999999999",
+         "Invalid value in <V>: '99999999999999999999'. Expected: a whole number from 0 to 65535."},
+        {"", "Couldn't read element text of: <V>."},
+        {"<x/>", "Couldn't read element text of: <V>."},
+    };
+    for (const Case& c : wholeNumbers) {
+        SCOPED_TRACE(c.text);
+        std::uint16_t value = 0;
+        EXPECT_EQ(thrown<SerializationException>(
+                      [&] { decode(std::string("<V>") + c.text + "</V>", field("V", value)); }),
+                  c.error);
+    }
+    for (const char* const text : {"nan", "inf", "-infinity", "1e39", "1e999999999999999999999",
+                                   "0x1p3", "1,5", "1.5rubbish", "1e", ".", "-", "--1", "1 2"}) {
+        SCOPED_TRACE(text);
+        fp<32, 15> value;
+        EXPECT_EQ(thrown<SerializationException>(
+                      [&] { decode(std::string("<V>") + text + "</V>", field("V", value)); }),
+                  std::string("Invalid value in <V>: '") + text + "'. Expected: a decimal number.");
+    }
+}
+
+TEST(XMLDecoder, MatchesElementsByPosition)
+{
+    constexpr auto readAC = [](XMLDecoder& d) {
+        std::int32_t value = 0;
+        d.beginElement("Outer");
+        d& field("A", value) & field("C", value);
+        d.endElement();
+    };
+    EXPECT_EQ(failure("<Outer><A>1</A><C>2</C></Outer>", readAC), "(nothing thrown)");
+    EXPECT_EQ(failure("<Outer><!-- why --><A>1</A><C kind=\"x\">2</C></Outer>", readAC),
+              "(nothing thrown)")
+        << "comments and attributes are no elements";
+    EXPECT_EQ(failure("<Outer><A>1</A><B>2</B></Outer>", readAC),
+              "Invalid element. Expected: <C> Found: <B>.");
+    EXPECT_EQ(failure("<Outer><A>1</A></Outer>", readAC), "Element <C> not found inside <Outer>.");
+    EXPECT_EQ(failure("", readAC), "Element <Outer> not found.");
+    EXPECT_EQ(failure("<Outer><A>1</A><C>2</C><D>3</D><E/></Outer>", readAC),
+              "Tried to read end element before finishing reading element: <D>.");
+    EXPECT_EQ(failure("<A>1</A>",
+                      [](XMLDecoder& d) {
+                          std::int32_t value = 0;
+                          d& field(nullptr, value) & field("B", value);
+                      }),
+              "Element <B> not found.")
+        << "null accepts any name";
+    EXPECT_EQ(failure("<A>1</A>", [](XMLDecoder& d) { d.serializeText("A"); }),
+              "Invalid operation");
+}
+
+TEST(XMLDecoder, BoundsTextsArraysAndNesting)
+{
+    std::string name;
+    decode("<Name>1234</Name>", text("Name", name, 4));
+    EXPECT_EQ(name, "1234");
+    EXPECT_EQ(thrown<SerializationException>(
+                  [&] { decode("<Name>12345</Name>", text("Name", name, 4)); }),
+              "Invalid text length in <Name>: 5. Allowed: 0 to 4.");
+    std::vector<std::int32_t> values;
+    EXPECT_EQ(thrown<SerializationException>(
+                  [&] { decode("<V><Size>2147483647</Size></V>", array("V", values, 0, 4)); }),
+              "Invalid count in <V>: 2147483647. Allowed: 0 to 4.");
+    EXPECT_EQ(thrown<SerializationException>(
+                  [&] { decode("<V><Size>2</Size><e>1</e></V>", array("V", values, 0, 4)); }),
+              "Element <e> not found inside <V>.");
+
+    constexpr auto descend = [](XMLDecoder& d) {
+        for (std::size_t i = 0; i < XMLDecoder::MAX_DEPTH; ++i) {
+            d.beginElement("a");
+        }
+    };
+    EXPECT_EQ(failure(nested(31), descend), "Element <a> not found inside <a>.");
+    EXPECT_EQ(failure(nested(32), descend),
+              "Element <a> is nested too deeply. Allowed: 31 levels.");
+}
+
+TEST(XMLDecoder, SurvivesHostileDocuments)
+{
+    struct Case
+    {
+        const char* what;
+        std::string text;
+        const char* error;
+    };
+
+    const Case cases[] = {
+        {"empty", "", "Error document empty."},
+        {"blank", " \n\t", "Error document empty."},
+        {"truncated", "<Data><A>1</A", "Error reading end tag."},
+        {"no root", "<?xml version=\"1.0\" ?>", "(nothing thrown)"},
+        {"declaration only begun", "<?xml ", "(nothing thrown)"},
+        {"a zero byte", std::string("<Data>\0</Data>", 14),
+         "The XML document holds a zero byte: it is not text."},
+        {"10000 nested elements", nested(10000),
+         "The XML document has too many nested levels. Allowed: 256."},
+        {"never closed", repeated("<a b='/>' c=\"</a>\">", 10000),
+         "The XML document has too many nested levels. Allowed: 256."},
+        {"too many elements", "<Data>" + repeated("<a/>", 1000000) + "</Data>",
+         "The XML document has too many nodes. Allowed: 1000000."},
+        {"too many attributes", "<Data " + repeated("a=\"1\" ", 65) + "/>",
+         "The XML document has too many attributes in one element. Allowed: 64."},
+        {"100 MB", std::string(100'000'000, ' '),
+         "The XML document is too large. Allowed: 67108864 bytes."},
+        {"a byte order mark cut short", "\xEF", "Error document empty."},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        EXPECT_EQ(thrown<SerializationException>([&] { XMLDecoder().loadFromString(c.text); }),
+                  c.error);
+    }
+    for (unsigned seed = 1; seed <= 200; ++seed) {
+        std::string garbage;
+        for (unsigned i = 0, x = seed; i < 300; ++i) {
+            x = x * 1103515245U + 12345U;
+            garbage += "<>/&#;!-?[]\"'= ax\xEF\xBB\xFF"[(x >> 16U) % 20];
+        }
+        SCOPED_TRACE(garbage);
+        try {
+            XMLDecoder().loadFromString(garbage);
+        } catch (const SerializationException&) { // all that may happen
+        }
+    }
+}
+
+TEST(XMLDecoder, ReportsWhyAFileCannotBeLoaded)
+{
+    const TemporaryFolder folder;
+    const auto load = [&](const std::string& path) {
+        return thrown<IOException>([&] { XMLDecoder().loadFromFile(path); });
+    };
+    EXPECT_EQ(load(folder / "missing.xml"), "Couldn't open file.");
+    EXPECT_EQ(load(folder.path()), "Couldn't open file.") << "a folder";
+    EXPECT_EQ(load("/dev/zero"), "Couldn't open file.") << "not a regular file";
+    writeFile(folder / "empty.xml", "");
+    EXPECT_EQ(load(folder / "empty.xml"), "Error document empty.");
+}
+
+TEST(XMLEncoder, ReplacesAFileAsAWhole)
+{
+    const TemporaryFolder folder;
+    const std::string path = folder / "config.xml";
+    writeFile(path, "old");
+    XMLEncoder encoder;
+    const Everything sample = sampleEverything();
+    encoder& field("Sample", sample);
+    encoder.saveToFile(path);
+    EXPECT_EQ(folder.fileCount(), 1U) << "nothing temporary stays";
+
+    XMLDecoder decoder;
+    decoder.loadFromFile(path);
+    Everything read;
+    decoder& field("Sample", read);
+    EXPECT_EQ(read, throughText(sample));
+}
+
+TEST(XMLEncoder, LeavesTheOldFileWhenSavingFails)
+{
+    const TemporaryFolder folder;
+    const auto save = [](const std::string& path) {
+        return thrown<IOException>([&] { XMLEncoder().saveToFile(path); });
+    };
+    EXPECT_EQ(save(folder / "missing/config.xml"), "Couldn't save file.");
+
+    std::filesystem::create_directories(folder / "config.xml/occupied");
+    EXPECT_EQ(save(folder / "config.xml"), "Couldn't save file.") << "cannot be renamed over";
+    EXPECT_EQ(folder.fileCount(), 1U) << "nothing temporary stays";
+
+    writeFile(folder / "full.xml", "old");
+    std::filesystem::create_symlink("/dev/full", folder / "full.xml.tmp");
+    EXPECT_EQ(save(folder / "full.xml"), "Couldn't save file.") << "the disk is full";
+    EXPECT_EQ(readFile(folder / "full.xml"), "old");
+    EXPECT_EQ(folder.fileCount(), 2U) << "nothing temporary stays";
+}
