@@ -140,7 +140,7 @@ public:
     virtual int SetCameraWindow(int x, int y, int width, int height) = 0;
     virtual int SetFrequency(eFrequency frequency) = 0;
 
-    /// Exposure in microseconds, 1 to 10 s.
+    /// Exposure in microseconds; the sensor takes the nearest that it can.
     virtual int SetShutterTime(std::uint32_t microseconds) = 0;
     virtual int SetGain(std::uint8_t gain) = 0;
     virtual int SetIlluminationTiming(std::uint32_t delay, std::uint32_t duration) = 0;
