@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <condition_variable>
 #include <mutex>
 
@@ -62,6 +63,14 @@ public:
     void wait(Mutex& mutex, Predicate predicate) TARVIK_REQUIRES(mutex)
     {
         _condition.wait(mutex, predicate);
+    }
+
+    /// As wait(), but at most this long; false when the predicate still does not hold then.
+    template <class Predicate>
+    bool waitFor(Mutex& mutex, std::chrono::milliseconds limit, Predicate predicate)
+        TARVIK_REQUIRES(mutex)
+    {
+        return _condition.wait_for(mutex, limit, predicate);
     }
 
     void notifyAll() { _condition.notify_all(); }
