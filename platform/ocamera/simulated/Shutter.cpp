@@ -80,8 +80,9 @@ int Shutter::waitForRate(std::chrono::microseconds timeout)
     if (late) {
         return -ETIME;
     }
-    // A program that is slower than the sensor gets the next image at once, not several.
-    _due = std::max(_due + _period, Clock::now());
+    // A program that falls behind by more than an image does not get several at once to catch up.
+    const Clock::time_point taken = Clock::now();
+    _due = _due + _period > taken ? _due + _period : taken + _period;
     return 0;
 }
 
