@@ -26,6 +26,8 @@ struct Thread::ThreadImpl
             owner->run();
         } catch (const std::exception& e) {
             std::fprintf(stderr, "A thread ended by an unexpected failure: %s\n", e.what());
+        } catch (...) {
+            std::fprintf(stderr, "A thread ended by an unexpected failure.\n");
         }
         impl->running = false;
     }
@@ -49,6 +51,7 @@ void Thread::start()
     if (_impl->thread.joinable()) {
         _impl->thread.join(); // its run() has returned: the running flag was clear
     }
+    _impl->id = std::thread::id(); // the previous one's may have been given to another thread
     try {
         _impl->thread = std::thread([this, impl = _impl] { ThreadImpl::runThread(this, impl); });
     } catch (const std::system_error& e) {
