@@ -153,7 +153,7 @@ TEST(Mutex, IsRecursiveAndItsConditionWakesWaiters)
     });
     {
         const MutexLock outer(mutex);
-        const MutexLock inner(mutex);
+        [&mutex] { const MutexLock inner(mutex); }(); // a re-entry, as from another operation
         EXPECT_FALSE(inBackground([&] { return mutex.tryLock(); }).get());
         ready = true;
         condition.notifyAll();
