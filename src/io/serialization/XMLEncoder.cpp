@@ -1,6 +1,7 @@
 #include "io/serialization/XMLEncoder.h"
 
 #include "io/IOException.h"
+#include "io/serialization/XMLLimits.h"
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -49,11 +50,13 @@ void flushFolderOf(const std::string& path)
 XMLEncoder::XMLEncoder()
 {
     _document.LinkEndChild(std::make_unique<TiXmlDeclaration>("1.0", "", "").release());
+    _nodes = 2; // these
     _current = _document.LinkEndChild(std::make_unique<TiXmlElement>("Data").release());
 }
 
 void XMLEncoder::beginElement(const char* name)
 {
+    checkXMLCount(++_nodes, XMLLimits::MAX_NODES, "nodes");
     _current = _current->LinkEndChild(std::make_unique<TiXmlElement>(name).release());
 }
 

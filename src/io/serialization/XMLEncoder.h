@@ -11,6 +11,9 @@
 namespace tarvik::io::serialization {
 
 /// Builds an element tree under the root element "Data" from the values that it is given.
+///
+/// A document that XMLDecoder would refuse for its size is not built either: beginElement() throws
+/// SerializationException, before a file that loads is replaced by one that does not.
 class XMLEncoder : public Serializer<XMLEncoder>
 {
 public:
@@ -57,7 +60,8 @@ private:
     void addText(const std::string& text);
 
     TiXmlDocument _document;
-    TiXmlNode* _current; ///< inside _document, which owns it
+    TiXmlNode* _current;    ///< inside _document, which owns it
+    std::size_t _nodes = 0; ///< as XMLDecoder will count them
 };
 
 } // namespace tarvik::io::serialization

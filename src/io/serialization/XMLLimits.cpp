@@ -19,29 +19,21 @@ public:
     {
         while (skipPast("<")) {
             if (startsWith("!--")) {
-                count(++_nodes, XMLLimits::MAX_NODES, "nodes");
+                checkXMLCount(++_nodes, XMLLimits::MAX_NODES, "nodes");
                 skipPast("-->");
             } else if (startsWith("![CDATA[")) {
-                count(++_nodes, XMLLimits::MAX_NODES, "nodes");
+                checkXMLCount(++_nodes, XMLLimits::MAX_NODES, "nodes");
                 skipPast("]]>");
             } else if (startsWith("/")) {
                 _level -= _level > 0 ? 1 : 0;
             } else {
-                count(++_nodes, XMLLimits::MAX_NODES, "nodes");
+                checkXMLCount(++_nodes, XMLLimits::MAX_NODES, "nodes");
                 tag();
             }
         }
     }
 
 private:
-    static void count(std::size_t value, std::size_t limit, const char* what)
-    {
-        if (value > limit) {
-            throw SerializationException(std::string("The XML document has too many ") + what +
-                                         ". Allowed: " + std::to_string(limit) + ".");
-        }
-    }
-
     [[nodiscard]] bool startsWith(std::string_view prefix) const
     {
         return _rest.starts_with(prefix);
@@ -71,14 +63,14 @@ private:
             const char mark = _rest.front();
             _rest.remove_prefix(1);
             if (mark == '>') {
-                count(++_level, XMLLimits::MAX_LEVELS, "nested levels");
+                checkXMLCount(++_level, XMLLimits::MAX_LEVELS, "nested levels");
                 return;
             }
             if (mark == '/' && startsWith(">")) {
                 return;
             }
             if (mark == '=') {
-                count(++attributes, XMLLimits::MAX_ATTRIBUTES, "attributes in one element");
+                checkXMLCount(++attributes, XMLLimits::MAX_ATTRIBUTES, "attributes in one element");
             } else if (mark == '"' || mark == '\'') {
                 skipPast(std::string_view(&mark, 1));
             }
@@ -91,6 +83,14 @@ private:
 };
 
 } // namespace
+
+void checkXMLCount(std::size_t count, std::size_t limit, const char* what)
+{
+    if (count > limit) {
+        throw SerializationException(std::string("The XML document has too many ") + what +
+                                     ". Allowed: " + std::to_string(limit) + ".");
+    }
+}
 
 void checkXMLLimits(std::string_view text)
 {
