@@ -111,6 +111,12 @@ void Com::send(const Message& message, unsigned int timeoutMs)
     awaitResponse(timeoutMs);
 }
 
+bool Com::waitForMessage(const concurrent::WakeUp& other)
+{
+    const concurrent::MutexLock receiving(_receiveLock);
+    return _input.buffered() > 0 || waitReadable(other);
+}
+
 void Com::receive(concurrent::Mutex* actionLock)
 {
     const concurrent::MutexLock receiving(_receiveLock);

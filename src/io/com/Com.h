@@ -57,6 +57,9 @@ public:
     /// Transmits a message that the caller keeps; the rest as above.
     void send(const Message& message, unsigned int timeoutMs);
 
+    /// Waits until a message begins to arrive, for receive() to take (true), or the wake-up is set.
+    [[nodiscard]] bool waitForMessage(const concurrent::WakeUp& other);
+
     /// Waits for one message, acts on it under the lock, which may be null, and answers a request.
     /// Throws ComException "Received message not registered." or "Unexpected response received.".
     void receive(concurrent::Mutex* actionLock);

@@ -186,4 +186,27 @@ std::size_t Socket::availableOn(const Handle& handle)
     return static_cast<std::size_t>(count);
 }
 
+bool Socket::waitForEither(const Handle& handle, short events, const concurrent::WakeUp& other,
+                           const char* message)
+{
+    for (;;) {
+        const int wakeUp = handle.interruption->wakeUp.descriptor();
+        std::array<pollfd, 3> entries{
+            {{handle.descriptor, events, 0}, {wakeUp, POLLIN, 0}, {other.descriptor(), POLLIN, 0}}};
+        const int ready = ::poll(entries.data(), entries.size(), -1);
+        if (ready < 0 && errno != EINTR) {
+            throw SocketException(message, errno);
+        }
+        if (handle.interruption->requested) {
+            throw SocketException(message, ECANCELED);
+        }
+        if (ready > 0 && entries[0].revents != 0) {
+            return true;
+        }
+        if (ready > 0 && entries[2].revents != 0) {
+            return false;
+        }
+    }
+}
+
 } // namespace tarvik::io::net

@@ -8,6 +8,10 @@
 #include <memory>
 #include <optional>
 
+namespace tarvik::concurrent {
+class WakeUp;
+}
+
 namespace tarvik::io::net {
 
 /// What TCP and UDP sockets share: the descriptor, and waits that any thread can end.
@@ -85,6 +89,10 @@ protected:
                         const char* message);
 
     [[nodiscard]] static std::size_t availableOn(const Handle& handle);
+
+    /// Waits for the events, or a hang-up (true), or for the wake-up (false). Throws as waitFor().
+    static bool waitForEither(const Handle& handle, short events, const concurrent::WakeUp& other,
+                              const char* message);
 
 private:
     /// Guards _handle. A leaf: nothing else is locked while it is held.

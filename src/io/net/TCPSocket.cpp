@@ -144,6 +144,18 @@ void TCPSocket::waitReadable()
     waitFor(*handle, POLLIN, std::nullopt, READ_FAILED);
 }
 
+bool TCPSocket::waitReadable(const concurrent::WakeUp& other)
+{
+    return waitForEither(*pinOrThrow(READ_FAILED), POLLIN, other, READ_FAILED);
+}
+
+void TCPSocket::waitWhileConnected(const concurrent::WakeUp& other)
+{
+    if (waitForEither(*pinOrThrow(READ_FAILED), POLLRDHUP, other, READ_FAILED)) {
+        throw SocketException(READ_FAILED, ECONNRESET);
+    }
+}
+
 void TCPSocket::setSendBudget(std::chrono::milliseconds budget)
 {
     _sendDeadline = budget.count() > 0 ? Deadline(Clock::now() + budget) : std::nullopt;

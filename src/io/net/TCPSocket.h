@@ -7,6 +7,10 @@
 #include <cstddef>
 #include <span>
 
+namespace tarvik::concurrent {
+class WakeUp;
+}
+
 namespace tarvik::io::net {
 
 /// One TCP connection over IPv4, or the socket that listens for it: after accept() the same object
@@ -52,6 +56,13 @@ public:
 
     /// Waits until there is something to read, the end of the stream included.
     void waitReadable();
+
+    /// The same, or until the wake-up is set: true when there is something to read.
+    [[nodiscard]] bool waitReadable(const concurrent::WakeUp& other);
+
+    /// Waits until the wake-up is set, while the peer may send what it likes; fails as soon as the
+    /// peer has gone or said that it sends nothing more.
+    void waitWhileConnected(const concurrent::WakeUp& other);
 
     /// Gives the writes to come this long in all, instead of 3 seconds each; 0 takes it back.
     /// Belongs to the writer.

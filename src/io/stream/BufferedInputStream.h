@@ -45,6 +45,9 @@ public:
         return _fill - _position + _socket.bytesAvailable();
     }
 
+    /// Number of bytes that a read gets without asking the socket.
+    [[nodiscard]] std::size_t buffered() const { return _fill - _position; }
+
     /// Forgets what has not been read.
     void clear() { _position = _fill = 0; }
 
