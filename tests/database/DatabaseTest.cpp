@@ -1,0 +1,380 @@
+#include "database/Database.h"
+
+#include "Samples.h"
+#include "analysis/Frame.h"
+#include "core/Exception.h"
+#include "core/logging/LogManager.h"
+#include "database/comparators/StereoComparator.h"
+#include "io/serialization/XMLDecoder.h"
+#include "io/serialization/XMLEncoder.h"
+#include "support/Thrown.h"
+
+#include <gmock/gmock.h>
+
+#include <atomic>
+#include <string>
+#include <thread>
+#include <vector>
+
+using namespace tarvik;
+using namespace tarvik::database;
+using namespace tarvik::test;
+using io::serialization::field;
+using testing::HasSubstr;
+
+namespace {
+
+using Encoder = io::serialization::BinaryEncoder<io::stream::MemoryOutputStream>;
+using Decoder = io::serialization::BinaryDecoder<io::stream::MemoryInputStream>;
+
+class Notifications : public util::Listener<ComparatorNotificationEvent>
+{
+public:
+    void onEvent(ComparatorNotificationEvent& event) override
+    {
+        advanced.push_back(event.advanced);
+    }
+
+    std::vector<bool> advanced;
+};
+
+class Results : public util::Listener<BreakupEvent>
+{
+public:
+    void onEvent(BreakupEvent& event) override
+    {
+        ++count;
+        last = event;
+        matchings = *event.matchings;
+    }
+
+    int count = 0;
+    BreakupEvent last;
+    Matchings matchings;
+};
+
+Template withID(int id)
+{
+    return makeTemplate({.id = id});
+}
+
+DatabaseConfiguration configFor(const char* comparatorName)
+{
+    DatabaseConfiguration config;
+    config.setComparatorImpl(ComparatorFactory::instance().find(comparatorName));
+    return config;
+}
+
+std::vector<int> ids(const Database& database)
+{
+    std::vector<int> result;
+    for (int i = 0; i < database.numTemplates(); ++i) {
+        result.push_back(database.getTemplate(i)->id);
+    }
+    return result;
+}
+
+std::vector<std::byte> encoded(const Database& database)
+{
+    io::stream::MemoryOutputStream out;
+    Encoder encoder(out);
+    encoder& field("Database", database);
+    return {out.bytes().begin(), out.bytes().end()};
+}
+
+void decode(Database& database, std::span<const std::byte> bytes)
+{
+    io::stream::MemoryInputStream in(bytes);
+    Decoder decoder(in);
+    decoder& field("Database", database);
+}
+
+std::string xml(const Database& database)
+{
+    io::serialization::XMLEncoder encoder;
+    encoder& field("Database", database);
+    return encoder.printToBuffer();
+}
+
+void decodeXML(Database& database, const std::string& text)
+{
+    io::serialization::XMLDecoder decoder;
+    decoder.loadFromString(text);
+    decoder& field("Database", database);
+}
+
+std::string replaced(std::string text, const std::string& from, const std::string& to)
+{
+    const auto at = text.find(from);
+    EXPECT_NE(at, std::string::npos) << from;
+    return text.replace(at, from.size(), to);
+}
+
+TEST(Database, RefusesTheThirtySecondTemplateButDecodesIt)
+{
+    Database database;
+    for (int i = 0; i < 31; ++i) {
+        EXPECT_TRUE(database.addTemplate(withID(i)));
+    }
+    EXPECT_FALSE(database.addTemplate(withID(31)));
+    EXPECT_EQ(database.numTemplates(), 31);
+
+    // The count stands in front of the templates; append one more.
+    auto bytes = encoded(database);
+    const auto one = test::encoded(TemplateSpec{.id = 31});
+    const std::size_t countAt = bytes.size() - 31 * one.size() - 4;
+    ASSERT_EQ(bytes[countAt], std::byte{31});
+    bytes[countAt] = std::byte{32};
+    bytes.insert(bytes.end(), one.begin(), one.end());
+    decode(database, bytes);
+    EXPECT_EQ(database.numTemplates(), 32);
+    EXPECT_EQ(database.getTemplate(31)->id, 31);
+
+    bytes[countAt] = std::byte{33};
+    bytes.insert(bytes.end(), one.begin(), one.end());
+    const std::string message =
+        thrown<io::serialization::SerializationException>([&] { decode(database, bytes); });
+    EXPECT_THAT(message, testing::AllOf(HasSubstr("TemplateCount"), HasSubstr("33")));
+    EXPECT_EQ(database.numTemplates(), 32);
+}
+
+TEST(Database, FindsReplacesAndRemovesTemplates)
+{
+    Database database;
+    EXPECT_EQ(database.createID(), 0);
+    for (const int id : {7, 9, 8}) {
+        database.addTemplate(withID(id));
+    }
+    EXPECT_EQ(database.createID(), 10);
+    EXPECT_EQ(database.getTemplateById(8)->id, 8);
+    EXPECT_EQ(database.findTemplateById(6), nullptr);
+    for (const int bad : {-1, 3}) {
+        EXPECT_EQ(thrown<Exception>([&] { (void)database.getTemplate(bad); }),
+                  "Invalid template index.");
+        EXPECT_EQ(thrown<Exception>([&] { database.setTemplate(bad, withID(1)); }),
+                  "Invalid template index.");
+        EXPECT_FALSE(database.removeTemplate(bad));
+    }
+    EXPECT_EQ(thrown<Exception>([&] { (void)database.getTemplateById(6); }),
+              "Invalid template ID.");
+    EXPECT_EQ(ids(database), (std::vector{7, 9, 8}));
+
+    EXPECT_TRUE(database.removeTemplate(1));
+    EXPECT_EQ(ids(database), (std::vector{7, 8}));
+    EXPECT_EQ(database.createID(), 9) << "one above the largest that is left";
+    database.setTemplate(0, withID(-4));
+    EXPECT_EQ(ids(database), (std::vector{-4, 8}));
+    database.clear();
+    EXPECT_EQ(database.numTemplates(), 0);
+}
+
+TEST(Database, TellsOfAnotherComparatorAndOfNothingElse)
+{
+    Database database;
+    Notifications heard;
+    database.addListener(&heard);
+
+    comparators::AdvancedComparator settings;
+    settings.maxError = fp<32, 30>(5);
+    database.setComparator(settings);
+    database.setConfig(configFor("Outer and inner contours"));
+    EXPECT_EQ(database.comparator()->maxError.raw(), 5) << "the same one goes on";
+    EXPECT_TRUE(heard.advanced.empty());
+
+    const DatabaseState before = database.state();
+    database.setConfig(configFor("Outer contours"));
+    EXPECT_EQ(database.comparator()->maxError.raw(), 10737418) << "a new one has its defaults";
+    database.setState(before);
+    EXPECT_EQ(database.comparator()->maxError.raw(), 5);
+    EXPECT_EQ(heard.advanced, (std::vector{false, true}));
+    database.removeListener(&heard);
+}
+
+TEST(Database, ComparatorSettingsOfAnotherClassApplyAsFarAsShared)
+{
+    Database database;
+    comparators::StereoComparator stereo;
+    stereo.maxError = fp<32, 30>(6);
+    comparators::AdvancedComparator advanced;
+    advanced.compareAngles = true;
+    database.setComparator(advanced);
+    database.setComparator(stereo);
+    const auto now = database.comparator();
+    const auto* const held = dynamic_cast<const comparators::AdvancedComparator*>(now.get());
+    ASSERT_NE(held, nullptr);
+    EXPECT_EQ(held->maxError.raw(), 6);
+    EXPECT_TRUE(held->compareAngles);
+}
+
+class BothComparators : public testing::TestWithParam<const char*>
+{};
+
+TEST_P(BothComparators, EverythingStoredSurvivesBothCoders)
+{
+    Database original;
+    DatabaseConfiguration config = configFor(GetParam());
+    Transform transform;
+    transform.flipAxes = true;
+    transform.combinedMatrix.column2 = Complex<32, 15>::fromRaw(32768, 65536);
+    config.setTransform(transform);
+    original.setConfig(config);
+    comparators::AdvancedComparator settings;
+    settings.maxError = fp<32, 30>(1 << 28);
+    settings.compareDistances = true;
+    original.setComparator(settings);
+    original.addTemplate(
+        makeTemplate({.id = 12,
+                      .shape = descriptor({{1, 8192, 16384}}, 32768),
+                      .holes = {{fp<32, 15>(32768), fp<32, 28>(1 << 28), fp<32, 15>(16384)}}}));
+
+    Database fromBinary;
+    decode(fromBinary, encoded(original));
+    EXPECT_EQ(encoded(fromBinary), encoded(original));
+    EXPECT_TRUE(fromBinary.config() == config);
+
+    Database fromXML;
+    decodeXML(fromXML, xml(original));
+    EXPECT_EQ(xml(fromXML), xml(original));
+    EXPECT_EQ(encoded(fromXML), encoded(original)) << "all values are short in decimal";
+}
+
+INSTANTIATE_TEST_SUITE_P(Database, BothComparators,
+                         testing::Values("Outer and inner contours", "Outer contours"));
+
+TEST(Database, XMLHasTheDefaultsOfTheConfigurationFile)
+{
+    const std::string text = xml(Database());
+    std::string flat;
+    for (const char c : text) {
+        if (c != '\n' && c != '\t') {
+            flat += c;
+        }
+    }
+    EXPECT_THAT(flat, HasSubstr("<ComparatorName>Outer and inner contours</ComparatorName>"));
+    EXPECT_THAT(flat, HasSubstr("<Comparator><MaxError>0.010000</MaxError>"
+                                "<CompareLengths>1</CompareLengths>"
+                                "<CompareAngles>0</CompareAngles>"
+                                "<CompareDistances>0</CompareDistances>"
+                                "<CorrectRotation>0</CorrectRotation>"
+                                "<LengthsMaxDiff>0.029999</LengthsMaxDiff>"
+                                "<AnglesMaxDiff>0.052368</AnglesMaxDiff>"
+                                "<DistMaxDiff>0.030000</DistMaxDiff></Comparator>"
+                                "<TemplateCount>0</TemplateCount></Database>"));
+}
+
+TEST(Database, AFailedDecodingChangesNothing)
+{
+    Database other;
+    other.setConfig(configFor("Outer contours"));
+    other.addTemplate(withID(1));
+    const auto good = encoded(other);
+    const std::string goodXML = xml(other);
+
+    Database database;
+    Notifications heard;
+    database.addListener(&heard);
+    database.addTemplate(withID(99));
+    const auto before = encoded(database);
+
+    for (std::size_t length = 0; length < good.size(); ++length) {
+        const auto decodeStart = [&] { decode(database, std::span(good).first(length)); };
+        ASSERT_NE(thrown<Exception>(decodeStart), "(nothing thrown)") << length;
+    }
+    EXPECT_EQ(thrown<Exception>([&] {
+                  decodeXML(database, replaced(goodXML, "Outer contours", "Outer contour"));
+              }),
+              "Unknown implementation in <ComparatorName>: 'Outer contour'. Known: "
+              "'Outer and inner contours', 'Outer contours'.");
+    EXPECT_EQ(thrown<Exception>([&] {
+                  decodeXML(database,
+                            replaced(goodXML, "Outer contours", "Outer and inner contours"));
+              }),
+              "Element <CompareLengths> not found inside <Comparator>.");
+    EXPECT_EQ(encoded(database), before);
+    EXPECT_TRUE(heard.advanced.empty());
+
+    decode(database, good);
+    EXPECT_EQ(encoded(database), good);
+    EXPECT_EQ(heard.advanced, std::vector{false});
+    database.removeListener(&heard);
+}
+
+TEST(Database, MatchesEveryObjectOfAFrameAndPassesTheEventOn)
+{
+    Database database;
+    Results results;
+    database.addListener(&results);
+    database.addTemplate(withID(5));
+
+    analysis::Object known;
+    analysis::Object unknown;
+    setShape(unknown, descriptor({{3, 20000, 0}}));
+    analysis::Frame frame;
+    frame.setObject(0, unknown);
+    frame.setObject(1, known);
+    analysis::FrameEvent event{.frame = &frame, .sourceId = 17};
+    database.onEvent(event);
+
+    ASSERT_EQ(results.count, 1);
+    EXPECT_EQ(results.last.source, &database);
+    EXPECT_EQ(results.last.frame, &frame);
+    EXPECT_EQ(results.last.sourceId, 17);
+    ASSERT_EQ(results.matchings.count(), 2);
+    EXPECT_EQ(results.matchings[0].templateID, -1);
+    EXPECT_EQ(results.matchings[1].templateID, 5);
+
+    frame.setObjectCount(0);
+    database.onEvent(event);
+    EXPECT_EQ(results.matchings.count(), 0);
+    database.removeListener(&results);
+}
+
+/// States whose configuration, comparator and templates belong together by one number.
+DatabaseState stateOf(int number)
+{
+    DatabaseState state;
+    state.setConfig(configFor(number % 2 == 0 ? "Outer contours" : "Outer and inner contours"));
+    for (int i = 0; i < 8; ++i) {
+        state.addTemplate(std::make_shared<const Template>(withID(number)));
+    }
+    return state;
+}
+
+TEST(Database, ChangesWhileFramesAreMatchedShowWholeStatesOnly)
+{
+    // State 0 finds the object by its outline, state 1 misses it by its hole: a mixture would
+    // report identity 1.
+    logging::LogManager::globalInstance().setConfig({.logToConsole = false});
+    Database database;
+    database.setState(stateOf(0));
+    analysis::Object object;
+    addHole(object, {.x = 100, .y = 100});
+
+    std::atomic<bool> stop{false};
+    std::thread changer([&] {
+        for (int i = 1; !stop; ++i) {
+            database.setState(stateOf(i % 2));
+            database.setComparator(*database.comparator());
+        }
+    });
+    std::thread reader([&] {
+        while (!stop) {
+            const auto bytes = encoded(database);
+            ASSERT_FALSE(bytes.empty());
+        }
+    });
+    int found = 0;
+    for (int i = 0; i < 20000; ++i) {
+        Matching matching;
+        if (database.findTemplate(matching, object)) {
+            ++found;
+            ASSERT_EQ(matching.templateID, 0);
+        }
+    }
+    stop = true;
+    changer.join();
+    reader.join();
+    EXPECT_GT(found, 0);
+}
+
+} // namespace

@@ -1,0 +1,216 @@
+#include "database/Template.h"
+
+#include "Samples.h"
+#include "io/serialization/SerializationException.h"
+#include "support/Thrown.h"
+
+#include <gmock/gmock.h>
+
+#include <cmath>
+#include <vector>
+
+using namespace tarvik;
+using namespace tarvik::database;
+using namespace tarvik::test;
+using testing::ElementsAre;
+
+namespace {
+
+using Point = Complex<16, 14>;
+
+/// An L, whose two ways round differ, turned about (0.1, -0.2).
+std::vector<Point> turnedL(double radians)
+{
+    constexpr double CORNERS[][2] = {{-0.3, -0.2}, {0.1, -0.2}, {0.1, -0.1},
+                                     {-0.2, -0.1}, {-0.2, 0.2}, {-0.3, 0.2}};
+    std::vector<Point> points;
+    for (const auto& [x, y] : CORNERS) {
+        const double c = std::cos(radians);
+        const double s = std::sin(radians);
+        points.emplace_back(fp<16, 14>::fromDouble(0.1 + x * c - y * s),
+                            fp<16, 14>::fromDouble(-0.2 + x * s + y * c));
+    }
+    points.push_back(points.front());
+    return points;
+}
+
+void setOutline(analysis::Object& object, std::vector<Point> points)
+{
+    object.polygon().setPoints(points, true);
+    object.fourierDescriptor().load(object.polygon(), true, false);
+}
+
+/// A hole at a place given in the L's own axes.
+void addHoleToL(analysis::Object& object, double radians, double x, double y)
+{
+    const double c = std::cos(radians);
+    const double s = std::sin(radians);
+    const Point absolute(fp<16, 14>::fromDouble(0.1 + x * c - y * s),
+                         fp<16, 14>::fromDouble(-0.2 + x * s + y * c));
+    const Point relative = absolute - object.polygon().position();
+    addHole(object, {relative.re.raw(), relative.im.raw()});
+}
+
+TEST(Template, IsEmptyAtFirst)
+{
+    const Template t;
+    EXPECT_EQ(t.id, -1);
+    EXPECT_EQ(t.height.raw(), 0);
+    EXPECT_EQ(t.gripRotation.raw(), 51472);
+    EXPECT_TRUE(t.considerInnerContours);
+    EXPECT_EQ(t.innerContourCount(), 0);
+    EXPECT_EQ(t.polygon().pointCount(), 0);
+}
+
+TEST(Template, TeachingMeasuresTheHolesWhereTheyLieAfterTurning)
+{
+    // An outline without length has rotation 0, and the turn by 0 takes 2^-15 off each coordinate
+    // and rounds down.
+    analysis::Object object;
+    addHole(object, {.x = 8192, .y = 0, .length = 400});  // to (8191, 0)
+    addHole(object, {.x = 0, .y = -4096, .length = 800}); // to (0, -4096)
+    addHole(object, {.x = -1024, .y = 0, .length = 200}); // to (-1024, 0)
+    const Template t(7, object);
+
+    EXPECT_EQ(t.id, 7);
+    EXPECT_EQ(t.height.raw(), 327680);
+    ASSERT_EQ(t.innerContourCount(), 3);
+    EXPECT_EQ(t.innerContours()[0].polygon.position(), Point::fromRaw(8191, 0));
+    EXPECT_EQ(t.innerContours()[1].polygon.position(), Point::fromRaw(0, -4096));
+    EXPECT_THAT(t.isActive(), ElementsAre(true, true, true));
+    EXPECT_THAT(t.lengths(), ElementsAre(fp<32, 15>(200), fp<32, 15>(400), fp<32, 15>(800)));
+    EXPECT_THAT(t.distances(), ElementsAre(fp<32, 28>(1024 << 14), fp<32, 28>(4096 << 14),
+                                           fp<32, 28>(8191 << 14)));
+    // Up (-51471), right (0), left (102944).
+    EXPECT_EQ(t.firstInnerContourAngle().raw(), -51471);
+    EXPECT_THAT(t.angles(), ElementsAre(fp<32, 15>(51471), fp<32, 15>(102944), fp<32, 15>(51472)));
+}
+
+TEST(Template, TeachingWithoutHolesLeavesNoAngle)
+{
+    const Template t(0, analysis::Object());
+    EXPECT_EQ(t.innerContourCount(), 0);
+    EXPECT_TRUE(t.lengths().empty());
+    EXPECT_EQ(t.firstInnerContourAngle().raw(), 0);
+}
+
+TEST(Template, IsTheSameHoweverTheObjectLayWhenTaught)
+{
+    // The estimate is defined modulo pi, so turns of less than a quarter stay on one side.
+    const auto teach = [](double radians) {
+        analysis::Object object;
+        setOutline(object, turnedL(radians));
+        addHoleToL(object, radians, -0.25, -0.15);
+        addHoleToL(object, radians, 0.05, -0.15);
+        return Template(1, object);
+    };
+    const Template straight = teach(0);
+    const Template turned = teach(0.3);
+    const auto near = [](int expected) {
+        return testing::AllOf(testing::Ge(expected - 150), testing::Le(expected + 150));
+    };
+
+    const int turn =
+        turned.fourierDescriptor().rotation().raw() - straight.fourierDescriptor().rotation().raw();
+    EXPECT_THAT(turn, near(9830)); // 0.3 rad
+    for (int i = 0; i < 7; ++i) {
+        const auto a = turned.polygon().points()[static_cast<std::size_t>(i)];
+        const auto b = straight.polygon().points()[static_cast<std::size_t>(i)];
+        EXPECT_THAT(a.re.raw(), near(b.re.raw()));
+        EXPECT_THAT(a.im.raw(), near(b.im.raw()));
+    }
+    for (std::size_t i = 0; i < 2; ++i) {
+        const auto a = turned.innerContours()[i].polygon.position();
+        const auto b = straight.innerContours()[i].polygon.position();
+        EXPECT_THAT(a.re.raw(), near(b.re.raw()));
+        EXPECT_THAT(a.im.raw(), near(b.im.raw()));
+    }
+    EXPECT_THAT(turned.firstInnerContourAngle().raw(),
+                near(straight.firstInnerContourAngle().raw()));
+}
+
+TEST(Template, RotatedDescriptorIsThatOfTheObjectTurnedByPi)
+{
+    constexpr double PI = 3.14159265358979;
+    analysis::Object object;
+    setOutline(object, turnedL(0));
+    const Template t(1, object);
+    analysis::Object upsideDown;
+    setOutline(upsideDown, turnedL(PI));
+    // Both estimate the same rotation; what differs is which way round the coefficients lie.
+    const auto& found = upsideDown.fourierDescriptor().frequencies();
+    int toStraight = 0;
+    int toRotated = 0;
+    for (std::size_t i = 0; i < found.size(); ++i) {
+        if (i != analysis::FourierDescriptor::CENTRE) {
+            const auto a = found[i] - t.fourierDescriptor().frequencies()[i];
+            const auto b = found[i] - t.fourierDescriptorRotated().frequencies()[i];
+            toStraight += std::abs(a.re.raw()) + std::abs(a.im.raw());
+            toRotated += std::abs(b.re.raw()) + std::abs(b.im.raw());
+        }
+    }
+    EXPECT_LT(toRotated, 300);
+    EXPECT_GT(toStraight, 1000);
+}
+
+TEST(Template, CopiesOwnTheirPointsAndTakeOnlyTheHolesThatCount)
+{
+    analysis::Object object;
+    std::vector<Point> pool = turnedL(0);
+    object.polygon().setPoints(pool, false);
+    addHole(object, {.x = 100, .y = 0});
+    Template copy;
+    {
+        const Template t(1, object);
+        copy = t;
+    }
+    std::ranges::fill(pool, Point());
+    EXPECT_TRUE(copy.polygon().ownsPoints());
+    EXPECT_EQ(copy.polygon().pointCount(), 7);
+    EXPECT_EQ(copy.innerContourCount(), 1);
+    copy = Template();
+    EXPECT_EQ(copy.innerContourCount(), 0);
+    EXPECT_EQ(copy.id, -1);
+}
+
+TEST(Template, EncodesItsFieldsInTheOrderOfTheProtocol)
+{
+    TemplateSpec spec{.id = 5,
+                      .shape = descriptor({{1, 100, 0}}, 3),
+                      .shapeRotated = descriptor({{1, -100, 0}}, 4),
+                      .rotation = fp<32, 15>(11),
+                      .gripPoint = Complex<16, 15>::fromRaw(-1, 2),
+                      .considerInnerContours = false,
+                      .holes = {{fp<32, 15>(21), fp<32, 28>(22), fp<32, 15>(23)}},
+                      .firstAngle = fp<32, 15>(24)};
+    const Template t = makeTemplate(spec);
+    EXPECT_EQ(t.id, 5);
+    EXPECT_EQ(t.rotation.raw(), 11);
+    EXPECT_EQ(t.gripPoint, spec.gripPoint);
+    EXPECT_FALSE(t.considerInnerContours);
+    EXPECT_THAT(t.lengths(), ElementsAre(fp<32, 15>(21)));
+    EXPECT_THAT(t.distances(), ElementsAre(fp<32, 28>(22)));
+    EXPECT_THAT(t.angles(), ElementsAre(fp<32, 15>(23)));
+    EXPECT_EQ(t.firstInnerContourAngle().raw(), 24);
+    EXPECT_EQ(t.fourierDescriptor().rotation().raw(), 3);
+    EXPECT_EQ(t.fourierDescriptorRotated().rotation().raw(), 4);
+
+    io::stream::MemoryOutputStream out;
+    io::serialization::BinaryEncoder<io::stream::MemoryOutputStream> encoder(out);
+    encoder& io::serialization::field("Template", t);
+    EXPECT_EQ(std::vector(out.bytes().begin(), out.bytes().end()), encoded(spec));
+}
+
+TEST(Template, RefusesMoreHolesThanFit)
+{
+    TemplateSpec spec;
+    spec.holes.resize(100);
+    EXPECT_EQ(makeTemplate(spec).innerContourCount(), 100);
+    spec.holes.resize(101);
+    const std::string message =
+        thrown<io::serialization::SerializationException>([&] { (void)makeTemplate(spec); });
+    EXPECT_THAT(message, testing::AllOf(testing::HasSubstr("InnerContourCount"),
+                                        testing::HasSubstr("101"), testing::HasSubstr("100")));
+}
+
+} // namespace
