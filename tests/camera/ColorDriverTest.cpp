@@ -118,7 +118,7 @@ TEST_F(ColorDriverTest, ReadsPlanesForTheProgramWhenTheColoursAreWanted)
 TEST_F(ColorDriverTest, BinarizesTheSameInFpgaAndSoftware)
 {
     std::mt19937 random(3);
-    for (int round = 0; round < 12; ++round) {
+    for (int round = 0; round < 6; ++round) {
         const CameraConfiguration config = withRandomWindows(round % 2 == 0 ? R1C : R3C, random);
         const bool wraps = config.greaterValH < config.lowerValH;
         const auto hardware = makeDriver(config);

@@ -66,13 +66,9 @@ TEST(ImageTest, TakesACopyOfAViewOfItself)
 {
     Image image(4, 2);
     std::iota(image.bytes().begin(), image.bytes().end(), std::uint8_t{0});
-    image = Image(Image::view(image.data() + 3, 4, 1));
-    EXPECT_THAT(image.bytes(), ElementsAre(3, 4, 5, 6));
-    Image other(4, 2);
-    std::iota(other.bytes().begin(), other.bytes().end(), std::uint8_t{0});
-    const Image lowerRow = Image::view(other.data() + 4, 4, 1);
-    other = lowerRow;
-    EXPECT_THAT(other.bytes(), ElementsAre(4, 5, 6, 7));
+    const Image lowerRow = Image::view(image.data() + 4, 4, 1);
+    image = lowerRow;
+    EXPECT_THAT(image.bytes(), ElementsAre(4, 5, 6, 7));
 }
 
 TEST(ImageTest, KeepsItsBufferWhileItIsLargeEnough)
