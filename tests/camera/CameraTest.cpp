@@ -1,0 +1,479 @@
+#include "camera/Camera.h"
+
+#include "Support.h"
+#include "camera/CameraException.h"
+#include "core/Exception.h"
+#include "support/TemporaryFolder.h"
+#include "support/Thrown.h"
+
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+
+#include <atomic>
+#include <cerrno>
+#include <chrono>
+#include <cstdint>
+#include <fstream>
+#include <future>
+#include <new>
+#include <thread>
+
+namespace tarvik::camera {
+
+namespace {
+
+using namespace OCamera::simulated;
+using image::Image;
+using test::configOf;
+using test::thrown;
+using testing::Contains;
+using testing::ElementsAre;
+
+constexpr const char* R1B = "R1B (640x480)";
+constexpr const char* R2B = "R2B (1280x1024)";
+
+/// What the listeners were shown.
+struct Shown
+{
+    int sourceId;
+    int width;
+    int height;
+    int originalWidth;
+    std::uint8_t firstBinary;
+};
+
+/// Stands for the analyzer.
+class Recorder : public util::Listener<ImageEvent>
+{
+public:
+    void onEvent(ImageEvent& event) override
+    {
+        shown.add({event.sourceId, event.binaryImage->width(), event.binaryImage->height(),
+                   event.originalImage->width(), *event.binaryImage->data()});
+        if (onImage) {
+            onImage();
+        }
+    }
+
+    /// Waits for another image that the predicate holds for.
+    [[nodiscard]] bool sees(const std::function<bool(const Shown&)>& predicate)
+    {
+        return shown.waitFor(predicate);
+    }
+
+    [[nodiscard]] bool seesAnother()
+    {
+        shown.clear();
+        return sees([](const Shown&) { return true; });
+    }
+
+    test::Collected<Shown> shown;
+    std::function<void()> onImage; ///< set while the camera is closed
+};
+
+class CameraTest : public test::SimulationTest
+{
+protected:
+    CameraTest() { _camera.addListener(&_recorder); }
+
+    static CameraConfiguration externallyTriggered()
+    {
+        CameraConfiguration config = configOf(R1B);
+        config.triggerMode = 1;
+        return config;
+    }
+
+    /// Opens the camera and waits until it waits for a trigger that does not come.
+    void openWaiting()
+    {
+        const CameraConfiguration config = externallyTriggered();
+        _camera.open(&config);
+        waitForCall(Operation::GetImage);
+    }
+
+    static void waitForCall(Operation operation, std::size_t count = 1)
+    {
+        while (callCount(operation) < count) {
+            std::this_thread::yield();
+        }
+    }
+
+    Recorder _recorder;
+    Camera _camera;
+};
+
+TEST_F(CameraTest, OpensWithTheDefaultModel)
+{
+    _camera.open(nullptr);
+    EXPECT_TRUE(_camera.isOpen());
+    EXPECT_EQ(_camera.config(), CameraConfiguration());
+    EXPECT_EQ(_camera.imageWidth(), 640);
+    EXPECT_EQ(_camera.imageHeight(), 480);
+    EXPECT_FALSE(_camera.sourceOverridden());
+    EXPECT_TRUE(_recorder.sees([](const Shown& s) {
+        return s.sourceId == -1 && s.width == 640 && s.height == 480 && s.originalWidth == 0;
+    }));
+    EXPECT_EQ(thrown<CameraException>([&] { _camera.open(nullptr); }), "Camera already open.");
+    _camera.close();
+    EXPECT_THAT(_log.lines(),
+                ElementsAre("Switched to Internal Trigger mode.",
+                            "Camera \"R1C Grayscale (640x480)\" opened.", "Camera closed."));
+}
+
+TEST_F(CameraTest, AnswersNothingWhileClosed)
+{
+    const std::function<void()> queries[] = {
+        [&] { static_cast<void>(_camera.config()); },
+        [&] { static_cast<void>(_camera.sourceOverridden()); },
+        [&] { static_cast<void>(_camera.imageWidth()); },
+        [&] { static_cast<void>(_camera.imageHeight()); },
+        [&] { _camera.update(true); },
+    };
+    for (const auto& query : queries) {
+        EXPECT_EQ(thrown<CameraException>(query), "Camera not open.");
+    }
+    _camera.close();
+    EXPECT_FALSE(_camera.isOpen());
+    EXPECT_EQ(_camera.latestConfig(), CameraConfiguration());
+    EXPECT_THAT(_log.lines(), ElementsAre());
+}
+
+TEST_F(CameraTest, OpensByAConfigurationAfterAFailure)
+{
+    failCall(Operation::InitImageRAM, 1, EIO);
+    const CameraConfiguration config = configOf(R2B);
+    EXPECT_EQ(thrown<CameraException>([&] { _camera.open(&config); }),
+              "Camera error while executing: 'InitImageRAM()'. Details: Input/output error");
+    EXPECT_FALSE(_camera.isOpen());
+    EXPECT_EQ(_camera.latestConfig(), config);
+    EXPECT_EQ(callCount(Operation::CreateCameraInterface), 1U);
+
+    _camera.setConfig(configOf(R1B));
+    EXPECT_TRUE(_recorder.sees([](const Shown& s) { return s.width == 640; }));
+}
+
+TEST_F(CameraTest, ReopensAfterClosing)
+{
+    for (int i = 0; i < 3; ++i) {
+        _camera.setConfig(configOf(R1B));
+        EXPECT_TRUE(_recorder.seesAnother());
+        _camera.close();
+        EXPECT_FALSE(_camera.isOpen());
+    }
+}
+
+TEST_F(CameraTest, AppliesAConfigurationBeforeTheNextImage)
+{
+    openWaiting();
+    CameraConfiguration config = configOf(R1B);
+    config.gain = 9;
+    _camera.setConfig(config);
+    EXPECT_EQ(_camera.latestConfig(), config);
+    EXPECT_TRUE(_log.waitFor("Config changed."));
+    EXPECT_EQ(_camera.config(), config);
+    EXPECT_TRUE(_recorder.seesAnother());
+    _camera.close();
+    EXPECT_THAT(_log.lines(), testing::Not(Contains(testing::HasSubstr("Timeout"))));
+}
+
+TEST_F(CameraTest, DeliversOnlyImagesOfTheNewModel)
+{
+    _camera.setConfig(configOf(R1B));
+    _camera.update(true);
+    EXPECT_TRUE(_recorder.sees([](const Shown& s) { return s.originalWidth == 640; }));
+    _camera.setConfig(configOf(R2B));
+    EXPECT_TRUE(_log.waitFor("Config changed."));
+    EXPECT_EQ(_camera.imageWidth(), 1280);
+    EXPECT_EQ(_camera.imageHeight(), 1024);
+    EXPECT_TRUE(_recorder.seesAnother());
+    _camera.close();
+    for (const Shown& s : _recorder.shown.values()) {
+        EXPECT_EQ(s.width, 1280);
+        EXPECT_EQ(s.originalWidth, 1280) << "the wish for originals moves with the model";
+    }
+}
+
+TEST_F(CameraTest, TriesANewModelUntilItOpens)
+{
+    _camera.setConfig(configOf(R1B));
+    failCall(Operation::SetGain, 1, EIO, Repeat::UntilCleared);
+    _camera.setConfig(configOf(R2B));
+    waitForCall(Operation::SetGain, 2);
+    EXPECT_TRUE(_log.waitFor("Camera error while executing: 'SetGain(config().gain())'. Details: "
+                             "Input/output error"));
+    EXPECT_FALSE(_camera.isOpen());
+    EXPECT_EQ(_camera.latestConfig(), configOf(R2B));
+    EXPECT_EQ(thrown<CameraException>([&] { _camera.open(nullptr); }), "Camera already open.");
+
+    resetSimulation();
+    EXPECT_TRUE(_recorder.sees([](const Shown& s) { return s.width == 1280; }));
+    EXPECT_TRUE(_camera.isOpen());
+}
+
+TEST_F(CameraTest, TakesAnotherModelWhileOneDoesNotOpen)
+{
+    _camera.setConfig(configOf(R1B));
+    setEnvironment("OCAMERA_SENSOR", "MT9V022");
+    failCall(Operation::CreateCameraInterface, 1, EIO, Repeat::UntilCleared);
+    _camera.setConfig(configOf("R3B (752x480)"));
+    EXPECT_TRUE(_log.waitFor("Couldn't load camera (MT9V023)."));
+    resetSimulation();
+    _camera.setConfig(configOf(R2B));
+    EXPECT_TRUE(_recorder.sees([](const Shown& s) { return s.width == 1280; }));
+}
+
+TEST_F(CameraTest, UndoesSettingsThatTheSensorRefuses)
+{
+    const CameraConfiguration before = configOf(R1B);
+    _camera.setConfig(before);
+    CameraConfiguration config = before;
+    config.triggerMode = 1;
+    config.shutterTime = 1;
+    failCall(Operation::SetShutterTime, 1, EINVAL);
+    recordCalls();
+    _camera.setConfig(config);
+    EXPECT_TRUE(_log.waitFor("Camera error while executing: "
+                             "'SetShutterTime(config().shutterTime())'. Details: "
+                             "Invalid argument"));
+    EXPECT_TRUE(_recorder.seesAnother());
+    EXPECT_EQ(_camera.config(), before);
+    EXPECT_EQ(_camera.latestConfig(), before);
+    EXPECT_THAT(recordedCalls(), Contains("SetShutterTime(20000)"));
+}
+
+TEST_F(CameraTest, OpensAnewWhenSettingsCannotBeUndone)
+{
+    const CameraConfiguration before = configOf(R1B);
+    _camera.setConfig(before);
+    CameraConfiguration config = before;
+    config.gain = 200;
+    failCall(Operation::SetGain, 1, EIO, Repeat::UntilCleared);
+    _camera.setConfig(config);
+    waitForCall(Operation::CreateCameraInterface, 2);
+    resetSimulation();
+    EXPECT_TRUE(_recorder.seesAnother());
+    EXPECT_EQ(_camera.config(), before);
+}
+
+TEST_F(CameraTest, SurvivesFailuresOfTheSensorAndOfListeners)
+{
+    std::atomic<int> fault{0};
+    _recorder.onImage = [&] {
+        switch (fault.exchange(0)) {
+        case 1:
+            throw Exception("No analysis.");
+        case 2:
+            throw std::bad_alloc();
+        default:
+            break;
+        }
+    };
+    _camera.setConfig(configOf(R1B));
+    failCall(Operation::GetImage, 1, EIO);
+    EXPECT_TRUE(_log.waitFor("GetImage() returned error code: -5"));
+    EXPECT_TRUE(_recorder.seesAnother());
+    fault = 1;
+    EXPECT_TRUE(_log.waitFor("No analysis."));
+    EXPECT_TRUE(_recorder.seesAnother());
+    fault = 2;
+    EXPECT_TRUE(_log.waitFor("std::bad_alloc"));
+    EXPECT_TRUE(_recorder.seesAnother());
+    _camera.close();
+    EXPECT_EQ(callCount(Operation::ReleaseImage) + 1, callCount(Operation::GetImage));
+}
+
+TEST_F(CameraTest, NumbersTestImages)
+{
+    _camera.setConfig(configOf(R1B));
+    Image testImage(640, 480);
+    for (int i = 0; i < 65; ++i) {
+        const int id = _camera.setSource(&testImage);
+        EXPECT_EQ(id, i % 64);
+        ASSERT_TRUE(_recorder.sees([&](const Shown& s) { return s.sourceId == id; }));
+        _recorder.shown.clear();
+    }
+    EXPECT_TRUE(_camera.sourceOverridden());
+    EXPECT_EQ(_camera.setSource(nullptr), -1);
+    EXPECT_TRUE(_recorder.sees([](const Shown& s) { return s.sourceId == -1; }));
+    EXPECT_FALSE(_camera.sourceOverridden());
+}
+
+TEST_F(CameraTest, ShowsTheLastOfTwoTestImages)
+{
+    CameraConfiguration config = configOf(R1B);
+    _camera.open(&config);
+    Image dark(640, 480);
+    Image bright(640, 480);
+    std::ranges::fill(bright.bytes(), std::uint8_t{255});
+    for (int i = 0; i < 50; ++i) {
+        _camera.setSource(&dark);
+        const int id = _camera.setSource(&bright);
+        ASSERT_TRUE(_recorder.sees([&](const Shown& s) { return s.sourceId == id; }));
+        for (const Shown& s : _recorder.shown.values()) {
+            ASSERT_TRUE(s.sourceId != id || s.firstBinary == 255) << "a result of the other image";
+        }
+        _camera.setSource(nullptr);
+        ASSERT_TRUE(_recorder.sees([&](const Shown& s) { return s.sourceId == -1; }));
+        _recorder.shown.clear();
+    }
+}
+
+TEST_F(CameraTest, NotesTheIdBeforeTheImageIsDelivered)
+{
+    std::atomic<int> awaited{-1};
+    std::atomic<int> answered{0};
+    _recorder.onImage = [&] {
+        const int id = _recorder.shown.values().back().sourceId;
+        if (id >= 0 && id == awaited) {
+            awaited = -1;
+            ++answered;
+        } else if (id >= 0 && answered == 0) {
+            ADD_FAILURE() << "delivered before it was noted";
+        }
+    };
+    _camera.setConfig(configOf(R1B));
+    Image testImage(640, 480);
+    _camera.setSource(&testImage, [&](std::int8_t id) {
+        std::this_thread::yield();
+        awaited = id;
+    });
+    EXPECT_TRUE(_recorder.sees([](const Shown& s) { return s.sourceId == 0; }));
+    _camera.close();
+    EXPECT_EQ(answered, 1);
+}
+
+TEST_F(CameraTest, KeepsTheSourceWhenATestImageIsRefused)
+{
+    _camera.setConfig(configOf(R1B));
+    Image small(320, 240);
+    EXPECT_EQ(_camera.setSource(&small), 0);
+    EXPECT_TRUE(_log.waitFor("Could not override image source: Image has wrong dimension: 320x240 "
+                             "(expected: 640x480)."));
+    EXPECT_TRUE(_recorder.seesAnother());
+    Image testImage(640, 480);
+    EXPECT_EQ(_camera.setSource(&testImage), 0);
+    EXPECT_TRUE(_recorder.sees([](const Shown& s) { return s.sourceId == 0; }));
+    Image none;
+    EXPECT_EQ(_camera.setSource(&none), 1);
+    EXPECT_TRUE(_log.waitFor("Could not override image source: Image has wrong dimension: 0x0 "
+                             "(expected: 640x480)."));
+    _recorder.shown.clear();
+    EXPECT_TRUE(_recorder.sees([](const Shown& s) { return s.sourceId == 0; }));
+}
+
+TEST_F(CameraTest, ReturnsToTheSensorWithAnotherModel)
+{
+    _camera.setConfig(configOf(R1B));
+    Image testImage(640, 480);
+    _camera.setSource(&testImage);
+    EXPECT_TRUE(_recorder.sees([](const Shown& s) { return s.sourceId == 0; }));
+    _camera.setConfig(configOf(R2B));
+    EXPECT_TRUE(_recorder.sees([](const Shown& s) { return s.width == 1280; }));
+    _camera.close();
+    for (const Shown& s : _recorder.shown.values()) {
+        EXPECT_TRUE(s.width == 640 || s.sourceId == -1);
+    }
+}
+
+TEST_F(CameraTest, AppliesTheWishForOriginalsTogetherWithATestImage)
+{
+    _camera.setBeforeSourceChange([&] { _camera.update(true); });
+    _camera.setConfig(configOf(R1B));
+    Image testImage(640, 480);
+    _camera.setSource(&testImage);
+    EXPECT_TRUE(_recorder.sees([](const Shown& s) { return s.sourceId == 0; }));
+    for (const Shown& s : _recorder.shown.values()) {
+        EXPECT_EQ(s.originalWidth != 0, s.sourceId == 0);
+    }
+}
+
+TEST_F(CameraTest, ServesEverybodyWhileItWaitsForATrigger)
+{
+    openWaiting();
+    Image testImage(640, 480);
+    EXPECT_EQ(_camera.config(), externallyTriggered());
+    EXPECT_EQ(_camera.imageWidth(), 640);
+    _camera.update(true);
+    _camera.setSource(&testImage);
+    EXPECT_TRUE(_log.waitFor("Image source overriden by user-defined image."));
+    EXPECT_THAT(_log.lines(), testing::Not(Contains(testing::HasSubstr("Timeout"))))
+        << "the change did not wait for the read time-out";
+}
+
+TEST_F(CameraTest, TakesOneImagePerPulse)
+{
+    const test::TemporaryFolder folder;
+    ASSERT_EQ(::mkfifo((folder / "trigger").c_str(), 0600), 0);
+    setEnvironment("OCAMERA_TRIGGER", folder / "trigger");
+    openWaiting();
+    for (int i = 0; i < 3; ++i) {
+        _recorder.shown.clear();
+        std::ofstream(folder / "trigger") << '1';
+        EXPECT_TRUE(_recorder.sees([](const Shown&) { return true; }));
+    }
+    _camera.close();
+    EXPECT_EQ(_recorder.shown.values().size(), 1U);
+}
+
+TEST_F(CameraTest, EndsEveryWaitToClose)
+{
+    const auto closesWithin = [&](std::chrono::milliseconds deadline) {
+        auto closing = std::async(std::launch::async, [&] { _camera.close(); });
+        return closing.wait_for(deadline) == std::future_status::ready;
+    };
+    openWaiting();
+    EXPECT_TRUE(closesWithin(std::chrono::milliseconds(1900))) << "the read time-out is 2 s";
+
+    failCall(Operation::GetImage, 1, EIO, Repeat::UntilCleared);
+    _camera.setConfig(configOf(R1B));
+    EXPECT_TRUE(_log.waitFor("GetImage() returned error code: -5"));
+    EXPECT_TRUE(closesWithin(std::chrono::milliseconds(900))) << "the pause is 1 s";
+}
+
+TEST_F(CameraTest, StandsEverybodyAtOnce)
+{
+    std::atomic<bool> done{false};
+    const auto repeat = [&](const std::function<void(int)>& action) {
+        return std::thread([&done, action] {
+            for (int i = 0; !done; ++i) {
+                try {
+                    action(i);
+                } catch (const CameraException&) { // it happens to be closed
+                }
+                std::this_thread::yield();
+            }
+        });
+    };
+    Image testImage(640, 480);
+    std::vector<std::thread> threads;
+    threads.push_back(repeat([&](int i) {
+        CameraConfiguration config = configOf(i % 10 == 0 ? R2B : R1B);
+        config.triggerMode = i % 3 == 0 ? 1 : 0;
+        _camera.setConfig(config);
+    }));
+    threads.push_back(repeat([&](int i) { _camera.setSource(i % 3 == 0 ? nullptr : &testImage); }));
+    threads.push_back(repeat([&](int i) { _camera.update(i % 2 == 0); }));
+    threads.push_back(repeat([&](int) {
+        static_cast<void>(_camera.latestConfig());
+        static_cast<void>(_camera.isOpen());
+        static_cast<void>(_camera.config());
+        static_cast<void>(_camera.sourceOverridden());
+        static_cast<void>(_camera.imageWidth() + _camera.imageHeight());
+    }));
+    for (int i = 0; i < 20; ++i) {
+        waitForCall(Operation::Open, callCount(Operation::Open) + 1);
+        _camera.close();
+    }
+    done = true;
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    resetSimulation();
+    _camera.close();
+    _camera.setConfig(configOf(R1B));
+    EXPECT_TRUE(_recorder.seesAnother());
+}
+
+} // namespace
+
+} // namespace tarvik::camera

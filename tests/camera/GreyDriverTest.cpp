@@ -1,0 +1,483 @@
+#include "Support.h"
+#include "camera/CameraException.h"
+#include "image/Binarization.h"
+#include "support/Thrown.h"
+
+#include <gmock/gmock.h>
+
+#include <cerrno>
+#include <cstdint>
+#include <system_error>
+
+namespace tarvik::camera {
+
+namespace {
+
+using namespace OCamera::simulated;
+using image::ColorSpace;
+using image::Format;
+using image::Image;
+using test::configOf;
+using test::Driver;
+using test::makeDriver;
+using test::thrown;
+using testing::ElementsAre;
+using testing::ElementsAreArray;
+
+constexpr const char* R1C_GRAY = "R1C Grayscale (640x480)";
+constexpr const char* R1B = "R1B (640x480)";
+constexpr const char* R2B = "R2B (1280x1024)";
+constexpr const char* R3B = "R3B (752x480)";
+
+class GreyDriverTest : public test::SimulationTest
+{
+protected:
+    /// Bytes of the binary picture and, when asked for, the original one.
+    static std::vector<std::uint8_t> fetch(CameraImpl& driver,
+                                           std::vector<std::uint8_t>* original = nullptr)
+    {
+        Image* grey = nullptr;
+        Image* binary = nullptr;
+        driver.getImages(&grey, &binary);
+        std::vector<std::uint8_t> result(binary->bytes().begin(), binary->bytes().end());
+        EXPECT_EQ(grey != nullptr, original != nullptr);
+        if (grey != nullptr && original != nullptr) {
+            original->assign(grey->bytes().begin(), grey->bytes().end());
+        }
+        driver.releaseImage();
+        return result;
+    }
+
+    static std::string libraryError(const std::string& call, int error)
+    {
+        return "Camera error while executing: '" + call +
+               "'. Details: " + std::generic_category().message(error);
+    }
+};
+
+std::vector<std::string> openingCalls()
+{
+    return {"CreateCameraInterface(3)",
+            "Open(1228800)",
+            "InitImageRAM()",
+            "SetCameraWindow(0, 0, 640, 480)",
+            "SetFrequency(3)",
+            "SetShutterTime(20000)",
+            "SetGain(3)",
+            "SetIlluminationTiming(0, 0)",
+            "SetIlluminationMode(1)",
+            "SetIlluminationModeExternal(1)",
+            "SetAcquisitionMode(2)",
+            "SetTriggerSource(1, 1)",
+            "SetTriggerDelay(0)",
+            "SetReadTimeout(2000000)",
+            "SetTriggerSource(1, 1)"};
+}
+
+TEST_F(GreyDriverTest, OpensInTheDocumentedOrder)
+{
+    const auto driver = makeDriver(R1B);
+    recordCalls();
+    driver->open();
+    auto calls = openingCalls();
+    calls.insert(calls.end(),
+                 {"SetFilter(1, 0)", "SetBinarization(1, {0, 2, 128, 255})", "PurgeImages()"});
+    EXPECT_THAT(recordedCalls(), ElementsAreArray(calls));
+    EXPECT_THAT(_log.lines(), ElementsAre("Switched to Internal Trigger mode."));
+
+    recordCalls();
+    driver->close();
+    EXPECT_THAT(recordedCalls(), ElementsAre("SetAcquisitionMode(1)", "Close()"));
+    EXPECT_FALSE(driver->isOpen());
+}
+
+TEST_F(GreyDriverTest, OpensAColourSensorForItsIntensity)
+{
+    CameraConfiguration config = configOf(R1C_GRAY);
+    config.triggerMode = 7;
+    config.invert = true;
+    const auto driver = makeDriver(config);
+    driver->update(true);
+    recordCalls();
+    driver->open();
+    auto calls = openingCalls();
+    calls.back() = "SetTriggerSource(2, 1)";
+    calls.insert(calls.end(), {"InitColor()", "SetBinarization(0, 0)", "SetFilter(0, 0)",
+                               "PurgeImages()", "SetBayer2X(4, 0)"});
+    EXPECT_THAT(recordedCalls(), ElementsAreArray(calls));
+    EXPECT_THAT(_log.lines(), ElementsAre("Switched to External Trigger mode (E0)."));
+}
+
+TEST_F(GreyDriverTest, NamesTheCallThatFails)
+{
+    struct Case
+    {
+        const char* model;
+        Operation operation;
+        int nth;
+        const char* call;
+    };
+
+    const Case cases[] = {
+        {R1B, Operation::Open, 1, "Open(_imageWidth * _imageHeight * 4)"},
+        {R1B, Operation::InitImageRAM, 1, "InitImageRAM()"},
+        {R1B, Operation::SetCameraWindow, 1, "SetCameraWindow(0, 0, imageWidth(), imageHeight())"},
+        {R1B, Operation::SetFrequency, 1, "SetFrequency(OCamera::FREQU_60MHz)"},
+        {R1B, Operation::SetShutterTime, 1, "SetShutterTime(config().shutterTime())"},
+        {R1B, Operation::SetGain, 1, "SetGain(config().gain())"},
+        {R1B, Operation::SetIlluminationTiming, 1, "SetIlluminationTiming(0,0)"},
+        {R1B, Operation::SetIlluminationMode, 1, "SetIlluminationMode(OCamera::ILL_MODE_OFF)"},
+        {R1B, Operation::SetIlluminationModeExternal, 1,
+         "SetIlluminationModeExternal(OCamera::ILL_MODE_EXT_OFF)"},
+        {R1B, Operation::SetAcquisitionMode, 1,
+         "SetAcquisitionMode(OCamera::ACQ_MODE_SINGLE_SHOT)"},
+        {R1B, Operation::SetTriggerSource, 1, "SetTriggerSource(OCamera::TRIG_SRC_SOFTWARE)"},
+        {R1B, Operation::SetTriggerDelay, 1, "SetTriggerDelay(0)"},
+        {R1B, Operation::SetReadTimeout, 1, "SetReadTimeout(TIME_OUT)"},
+        {R1B, Operation::SetTriggerSource, 2, "SetTriggerSource(OCamera::TRIG_SRC_SOFTWARE)"},
+        {R3B, Operation::Open, 1, "Open"},
+        {R1C_GRAY, Operation::InitColor, 1, "InitColor()"},
+        {R1C_GRAY, Operation::SetFilter, 1, "SetFilter(OCamera::FILTER_BINARIZE_ONLY)"},
+        {R1C_GRAY, Operation::SetBinarization, 1, "SetBinarization(true, &binParams)"},
+        {R1C_GRAY, Operation::SetBayer2X, 1,
+         "SetBayer2X(OCamera::BAYER_OUTPUT_I, OCamera::BAYER_PATTERN_GRGR)"},
+        {"NeighboursSBO (640x480)", Operation::Open, 1, "Open(_imageWidth * _imageHeight * 2)"},
+        {"R1C (640x480)", Operation::Open, 1, "Open(_imageWidth * _imageHeight * 4)"},
+        {"R1C (640x480)", Operation::InitColor, 1, "InitColor()"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(std::string(c.model) + " " + c.call);
+        resetSimulation();
+        failCall(c.operation, c.nth, EIO);
+        const auto driver = makeDriver(c.model);
+        EXPECT_EQ(thrown<CameraException>([&] { driver->open(); }), libraryError(c.call, EIO));
+    }
+}
+
+TEST_F(GreyDriverTest, NamesTheCallThatFailsInExternalMode)
+{
+    CameraConfiguration config = configOf(R1B);
+    config.triggerMode = 1;
+    const auto driver = makeDriver(config);
+    failCall(Operation::SetTriggerSource, 2, EPERM);
+    EXPECT_EQ(thrown<CameraException>([&] { driver->open(); }),
+              libraryError("SetTriggerSource(OCamera::TRIG_SRC_EXTERNAL_E0)", EPERM));
+}
+
+TEST_F(GreyDriverTest, LooksForEitherChipOfTheWideSensor)
+{
+    struct Case
+    {
+        const char* what;
+        const char* chip;
+        int failedCreation; ///< 1 or 2; 0: none
+        int failedOpen;
+        std::string error;
+        std::vector<std::string> calls;
+    };
+
+    const Case cases[] = {
+        {"MT9V023",
+         "MT9V023",
+         0,
+         0,
+         "(nothing thrown)",
+         {"CreateCameraInterface(7)", "Open(1443840)"}},
+        {"MT9V022",
+         "MT9V022",
+         0,
+         0,
+         "(nothing thrown)",
+         {"CreateCameraInterface(7)", "Open(1443840)", "CreateCameraInterface(6)",
+          "Open(1443840)"}},
+        {"no interface for the first",
+         "MT9V023",
+         1,
+         0,
+         "Couldn't load camera (MT9V023).",
+         {"CreateCameraInterface(7)"}},
+        {"no interface for the second",
+         "MT9V022",
+         2,
+         0,
+         "Couldn't load camera (MT9V022).",
+         {"CreateCameraInterface(7)", "Open(1443840)", "CreateCameraInterface(6)"}},
+        {"the second does not open",
+         "MT9V022",
+         0,
+         2,
+         libraryError("Open(_imageWidth * _imageHeight * 4)", EIO),
+         {"CreateCameraInterface(7)", "Open(1443840)", "CreateCameraInterface(6)",
+          "Open(1443840)"}},
+    };
+    for (const char* model : {R3B, "R3C Grayscale (752x480)", "R3C (752x480)"}) {
+        for (const Case& c : cases) {
+            SCOPED_TRACE(std::string(model) + ": " + c.what);
+            resetSimulation();
+            setEnvironment("OCAMERA_SENSOR", c.chip);
+            if (c.failedCreation > 0) {
+                failCall(Operation::CreateCameraInterface, c.failedCreation, EIO);
+            }
+            if (c.failedOpen > 0) {
+                failCall(Operation::Open, c.failedOpen, EIO);
+            }
+            const auto driver = makeDriver(model);
+            recordCalls();
+            EXPECT_EQ(thrown<CameraException>([&] { driver->open(); }), c.error);
+            auto calls = recordedCalls();
+            calls.resize(std::min(calls.size(), c.calls.size()));
+            EXPECT_EQ(calls, c.calls);
+        }
+    }
+    resetSimulation();
+    failCall(Operation::CreateCameraInterface, 1, EIO);
+    EXPECT_EQ(thrown<CameraException>([&] { makeDriver(R2B)->open(); }), "Couldn't load camera.");
+}
+
+TEST_F(GreyDriverTest, AppliesWhatDiffers)
+{
+    struct Case
+    {
+        const char* what;
+        std::function<void(CameraConfiguration&)> change;
+        std::vector<std::string> calls;
+    };
+
+    const Case cases[] = {
+        {"a threshold",
+         [](auto& c) { c.thresholdLow = 100; },
+         {"SetFilter(1, 0)", "SetBinarization(1, {0, 2, 100, 255})", "PurgeImages()"}},
+        {"the trigger and the inversion",
+         [](auto& c) {
+             c.triggerMode = 1;
+             c.invert = true;
+         },
+         {"SetAcquisitionMode(1)", "SetTriggerSource(2, 1)", "SetAcquisitionMode(2)",
+          "SetFilter(1, 0)", "SetBinarization(1, {1, 2, 128, 255})", "PurgeImages()"}},
+        {"shutter time and gain",
+         [](auto& c) {
+             c.shutterTime = 5000;
+             c.gain = 1;
+         },
+         {"SetShutterTime(5000)", "SetGain(1)", "SetFilter(1, 0)",
+          "SetBinarization(1, {0, 2, 128, 255})", "PurgeImages()"}},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        const auto driver = makeDriver(R1B);
+        driver->open();
+        CameraConfiguration config = driver->config();
+        c.change(config);
+        recordCalls();
+        driver->setConfig(config);
+        EXPECT_EQ(recordedCalls(), c.calls);
+        EXPECT_EQ(driver->config(), config);
+    }
+}
+
+TEST_F(GreyDriverTest, BinarizesTheSameInFpgaAndSoftware)
+{
+    std::mt19937 random(5);
+    for (const char* model : {R1C_GRAY, R1B, R2B, R3B, "R3C Grayscale (752x480)"}) {
+        SCOPED_TRACE(model);
+        CameraConfiguration config = configOf(model);
+        const auto driver = makeDriver(config);
+        driver->open();
+        Image testImage(driver->imageWidth(), driver->imageHeight());
+        test::fillRandomly(testImage, 7);
+        driver->setSource(&testImage);
+        for (int i = 0; i < 3; ++i) {
+            config.thresholdLow = static_cast<std::uint8_t>(random());
+            config.thresholdHigh = static_cast<std::uint8_t>(random());
+            config.invert = i == 1;
+            driver->setConfig(config);
+            const auto inFpga = fetch(*driver);
+            driver->update(true);
+            std::vector<std::uint8_t> original;
+            const auto inSoftware = fetch(*driver, &original);
+            driver->update(false);
+            EXPECT_TRUE(inFpga == inSoftware);
+            EXPECT_TRUE(std::ranges::equal(original, testImage.bytes()));
+        }
+    }
+}
+
+TEST_F(GreyDriverTest, SoftwareBinarizationTakesBothBoundsIn)
+{
+    CameraConfiguration config;
+    config.thresholdLow = 128;
+    config.thresholdHigh = 200;
+    Image grey(4, 1);
+    std::ranges::copy(std::array<std::uint8_t, 4>{127, 128, 200, 201}, grey.data());
+    Image binary;
+    const auto driver = makeDriver(config);
+    driver->encodeImage(grey, binary);
+    EXPECT_THAT(binary.bytes(), ElementsAre(0, 255, 255, 0));
+    config.invert = true;
+    driver->setConfig(config);
+    driver->encodeImage(grey, binary);
+    EXPECT_THAT(binary.bytes(), ElementsAre(255, 0, 0, 255));
+}
+
+TEST_F(GreyDriverTest, WritesATestImageStepByStep)
+{
+    const auto driver = makeDriver(R1B);
+    driver->open();
+    _log.clear();
+    Image testImage(640, 480);
+    recordCalls();
+    driver->setSource(&testImage);
+    EXPECT_THAT(recordedCalls(),
+                ElementsAre("SetAcquisitionMode(1)", "PurgeImages()", "WriteImageRAM(0, 307200)",
+                            "SetupImageCorrection(1, 1, 0, 307200, 1)", "SetAcquisitionMode(2)"));
+    EXPECT_TRUE(driver->sourceOverridden());
+    recordCalls();
+    driver->setSource(nullptr);
+    EXPECT_THAT(recordedCalls(),
+                ElementsAre("SetAcquisitionMode(1)", "PurgeImages()",
+                            "SetupImageCorrection(0, 1, 0, 0, 1)", "SetAcquisitionMode(2)"));
+    EXPECT_FALSE(driver->sourceOverridden());
+    EXPECT_THAT(_log.lines(), ElementsAre("Image source overriden by user-defined image.",
+                                          "Image source reset to internal image sensor."));
+}
+
+TEST_F(GreyDriverTest, TakesTestImagesOfAnyAlignment)
+{
+    const auto driver = makeDriver(R1B);
+    driver->open();
+    driver->update(true);
+    std::vector<std::uint8_t> memory(640 * 480 + 32);
+    for (const std::size_t offset : {0U, 1U, 17U}) {
+        Image testImage = Image::view(memory.data() + offset, 640, 480);
+        test::fillRandomly(testImage, static_cast<unsigned>(offset));
+        driver->setSource(&testImage);
+        std::vector<std::uint8_t> original;
+        static_cast<void>(fetch(*driver, &original));
+        EXPECT_TRUE(std::ranges::equal(original, testImage.bytes())) << offset;
+    }
+}
+
+TEST_F(GreyDriverTest, RefusesTestImagesThatDoNotFit)
+{
+    Image color(640, 480, 3, Format::Planar, ColorSpace::HSV);
+    Image vga(640, 480);
+    const auto driver = makeDriver(R2B);
+    EXPECT_EQ(thrown<CameraException>([&] { driver->setSource(&vga); }), "Camera not open.");
+    driver->open();
+    recordCalls();
+    EXPECT_EQ(thrown<CameraException>([&] { driver->setSource(&color); }),
+              "Cannot use color images with a monochrome camera.");
+    EXPECT_EQ(thrown<CameraException>([&] { driver->setSource(&vga); }),
+              "Image has wrong dimension: 640x480 (expected: 1280x1024).");
+    EXPECT_THAT(recordedCalls(), ElementsAre());
+    EXPECT_FALSE(driver->sourceOverridden());
+}
+
+TEST_F(GreyDriverTest, GoesOnWithTheOldSourceWhenATestImageFails)
+{
+    struct Case
+    {
+        Operation operation;
+        int nth;
+        bool reset;
+        const char* call;
+    };
+
+    const Case cases[] = {
+        {Operation::SetAcquisitionMode, 1, false, "SetAcquisitionMode(OCamera::ACQ_MODE_STOP)"},
+        {Operation::PurgeImages, 1, false, "PurgeImages()"},
+        {Operation::WriteImageRAM, 1, false,
+         "WriteImageRAM((void*)imgBuffer, 0, image->width() * image->height() * "
+         "image->bytesPerPixel())"},
+        {Operation::SetupImageCorrection, 1, false,
+         "SetupImageCorrection(true, OCamera::CORRECTION_REPLACE, 0, image->width() * "
+         "image->height(), image->bytesPerPixel())"},
+        {Operation::SetupImageCorrection, 1, true,
+         "SetupImageCorrection(false, OCamera::CORRECTION_REPLACE, 0, 0, 1)"},
+        {Operation::SetAcquisitionMode, 2, false,
+         "SetAcquisitionMode(OCamera::ACQ_MODE_SINGLE_SHOT)"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.call);
+        resetSimulation();
+        const auto driver = makeDriver(R1B);
+        driver->open();
+        Image testImage(640, 480);
+        failCall(c.operation, c.nth, EIO);
+        EXPECT_EQ(
+            thrown<CameraException>([&] { driver->setSource(c.reset ? nullptr : &testImage); }),
+            libraryError(c.call, EIO));
+        EXPECT_EQ(fetch(*driver).size(), testImage.pixelCount());
+    }
+}
+
+TEST_F(GreyDriverTest, SaysWhyThereIsNoFrame)
+{
+    struct Case
+    {
+        int triggerMode;
+        int error;
+        const char* text;
+    };
+
+    const Case cases[] = {
+        {0, ETIME, "Timeout on GetImage()."},
+        {1, ETIME, "Timeout on GetImage(). Please check external trigger signal."},
+        {2, ETIME, "Timeout on GetImage()."},
+        {0, EIO, "GetImage() returned error code: -5"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.text);
+        CameraConfiguration config = configOf(R1B);
+        config.triggerMode = c.triggerMode;
+        const auto driver = makeDriver(config);
+        driver->open();
+        failCall(Operation::GetImage, 1, c.error);
+        EXPECT_EQ(thrown<CameraException>([&] { static_cast<void>(fetch(*driver)); }), c.text);
+    }
+}
+
+TEST_F(GreyDriverTest, ReturnsAFrameLaterThatCouldNotBeReturned)
+{
+    const auto driver = makeDriver(R1B);
+    driver->open();
+    failCall(Operation::ReleaseImage, 1, EIO);
+    static_cast<void>(fetch(*driver));
+    for (int i = 0; i < 5; ++i) {
+        static_cast<void>(fetch(*driver)); // more than the frame memory holds
+    }
+}
+
+TEST_F(GreyDriverTest, EndsAWaitWithoutAnImage)
+{
+    CameraConfiguration config = configOf(R1B);
+    config.triggerMode = 1;
+    const auto driver = makeDriver(config);
+    driver->open();
+    driver->cancelWait();
+    Image* original = nullptr;
+    Image* binary = nullptr;
+    driver->getImages(&original, &binary);
+    EXPECT_EQ(binary, nullptr);
+    EXPECT_EQ(original, nullptr);
+}
+
+TEST(CameraFactoryTest, ListsTheModelsInTheirOrder)
+{
+    std::vector<std::string> models;
+    for (const auto& implementation : CameraFactory::instance().implementations()) {
+        models.push_back(implementation->name() + " " + implementation->description());
+        EXPECT_EQ(implementation->index() + 1, static_cast<int>(models.size()));
+    }
+    EXPECT_THAT(
+        models,
+        ElementsAre("R1C Grayscale (640x480) VGA color camera as grayscale camera.",
+                    "R1C (640x480) VGA color camera.", "R1B (640x480) VGA grayscale camera.",
+                    "R2B (1280x1024) SXGA grayscale camera.", "R3B (752x480) WVGA camera.",
+                    "R3C Grayscale (752x480) WVGA color camera as grayscale camera.",
+                    "R3C (752x480) WVGA color camera.", "NeighboursSBO (640x480) No Description."));
+}
+
+} // namespace
+
+} // namespace tarvik::camera
