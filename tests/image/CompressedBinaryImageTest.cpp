@@ -19,8 +19,8 @@ std::vector<std::uint32_t> wordsOf(const CompressedBinaryImage& packed)
 
 TEST(CompressedBinaryImage, NumbersPixelsRowByRowFromTheLowestBit)
 {
-    const Image picture = test::drawn({"#..", ".#.", "..#", "...", "###", "...", "...", "...",
-                                       "...", "...", "..#"});
+    const Image picture =
+        test::drawn({"#..", ".#.", "..#", "...", "###", "...", "...", "...", "...", "...", "..#"});
     CompressedBinaryImage packed;
     packed.load(picture); // pixels 0, 4, 8, 12 to 14, and 32, the first of the second word
     EXPECT_EQ(wordsOf(packed), (std::vector<std::uint32_t>{0x00007111, 0x00000001}));
