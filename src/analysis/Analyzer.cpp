@@ -1,5 +1,6 @@
 #include "analysis/Analyzer.h"
 
+#include "analysis/ContourProperties.h"
 #include "analysis/correction/LensCorrection.h"
 #include "image/Image.h"
 
@@ -30,9 +31,12 @@ bool isClipped(const Polygon& polygon, const ClippingFrame& frame, fp<16, 14> h)
            reaches(frame.left, -Coordinate::ONE.raw() - sum(position.re, polygon.left()));
 }
 
-/// Normalised y of the image's bottom edge.
+/// Normalised y of the image's bottom edge; 0 for an image without pixels.
 fp<16, 14> halfHeight(const image::Image& image)
 {
+    if (image.width() == 0) {
+        return fp<16, 14>::ZERO;
+    }
     const double ratio = static_cast<double>(image.height()) / image.width();
     return fp<16, 14>(wrapTo<std::int16_t>(static_cast<std::int32_t>(ratio * 16384.0 + 0.5)));
 }
@@ -107,16 +111,15 @@ private:
         if (!points) {
             return false;
         }
-        Polygon hole;
-        hole.setPoints(*points, /*copy*/ false);
-        if (!hasWantedLength(hole)) {
+        const ContourProperties hole(*points);
+        if (!hasWantedLength(hole.length())) {
             return true;
         }
-        _frame.usePoints(hole.pointCount());
-        Object* const owner = _frame.findObject(hole.position());
+        _frame.usePoints(static_cast<int>(points->size()));
+        Object* const owner = _frame.findObject(hole.centre());
         InnerContour* const contour = owner == nullptr ? nullptr : owner->addInnerContour();
         if (contour != nullptr) {
-            contour->polygon.borrow(hole);
+            contour->polygon.setPoints(*points, /*copy*/ false);
             contour->polygon.move(-owner->polygon().position());
         }
         return true;
@@ -136,15 +139,14 @@ private:
         return room.first(static_cast<std::size_t>(count));
     }
 
-    [[nodiscard]] bool hasWantedLength(const Polygon& polygon) const
+    [[nodiscard]] bool hasWantedLength(fp<32, 15> length) const
     {
-        return polygon.length() >= _config.minPolygonSize &&
-               polygon.length() <= _config.maxPolygonSize;
+        return length >= _config.minPolygonSize && length <= _config.maxPolygonSize;
     }
 
     [[nodiscard]] bool isWanted(const Polygon& polygon) const
     {
-        return hasWantedLength(polygon) &&
+        return hasWantedLength(polygon.length()) &&
                (_config.allowNestedObjects || _frame.findObject(polygon.position()) == nullptr);
     }
 

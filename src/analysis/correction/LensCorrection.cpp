@@ -19,10 +19,8 @@ void LensCorrection::correct(Complex<16, 14>& point) const
 {
     const std::int64_t q = coefficientAt(point).raw() >> 2; // 28 fractional bits
     const std::int64_t t = (q * squaredNorm(point).raw()) >> 28;
-    const std::int32_t factor = 16384 + wrapTo<std::int16_t>(t >> 14);
-    const auto scaled = [factor](fp<16, 14> v) {
-        return fp<16, 14>(wrapTo<std::int16_t>(std::int64_t{v.raw()} * factor >> 14));
-    };
+    const auto factor = fp<16, 14>::ONE + fp<16, 14>(wrapTo<std::int16_t>(t >> 14));
+    const auto scaled = [factor](fp<16, 14> v) { return (v * factor).scaleDown<14>(); };
     point = {scaled(point.re), scaled(point.im)};
 }
 

@@ -47,7 +47,8 @@ void SoftwarePolygonExtractor::begin(image::Image& image, const ROI& roi, fp<16,
         _packed.load(image); // says that it cannot
     }
     if (image.width() < 2 || image.height() < 2) {
-        return; // there is nothing inside its edges
+        std::ranges::fill(image.bytes(), std::uint8_t{0}); // nothing but edge
+        return;
     }
     _maxError = maxError;
     _grid = PixelGrid(image.width(), image.height());

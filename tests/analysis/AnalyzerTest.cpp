@@ -1,0 +1,495 @@
+#include "analysis/Analyzer.h"
+
+#include "core/logging/LogManager.h"
+#include "support/Pictures.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace tarvik::analysis {
+namespace {
+
+using Point = Complex<16, 14>;
+
+/// An analyzer, and copies of every frame that it publishes. Pictures of 64 x 48 pixels: 512 raw
+/// units each.
+class AnalyzerTest : public testing::Test, protected util::Listener<FrameEvent>
+{
+protected:
+    AnalyzerTest()
+    {
+        logging::LogManager::globalInstance().setConfig({.logToConsole = false});
+        analyzer.addListener(this);
+    }
+
+    ~AnalyzerTest() override { analyzer.removeListener(this); }
+
+    void onEvent(FrameEvent& event) override
+    {
+        frames.push_back(std::make_unique<Frame>(*event.frame));
+        last = event;
+        if (breakUp) {
+            event.frame->setBrokenUp(true);
+        }
+    }
+
+    const Frame& analyze(image::Image picture)
+    {
+        camera::ImageEvent event{nullptr, &original, &picture, 3};
+        analyzer.onEvent(event);
+        EXPECT_EQ(last.binaryImage, &picture);
+        return *frames.back();
+    }
+
+    void configure(auto change)
+    {
+        AnalyzerConfiguration config = analyzer.config();
+        change(config);
+        analyzer.setConfig(config);
+    }
+
+    static image::Image empty() { return image::Image(64, 48); }
+
+    static image::Image withSquares(std::initializer_list<std::pair<int, int>> places, int size = 5)
+    {
+        image::Image picture = empty();
+        for (const auto& [x, y] : places) {
+            test::fill(picture, x, y, size, size);
+        }
+        return picture;
+    }
+
+    /// A square of 14 x 14 pixels at (20, 10) with a hole of 8 x 8 in its middle.
+    static image::Image withRing()
+    {
+        image::Image picture = empty();
+        test::fill(picture, 20, 10, 14, 14);
+        test::fill(picture, 23, 13, 8, 8, 0);
+        return picture;
+    }
+
+    static std::vector<int> ids(const Frame& frame)
+    {
+        std::vector<int> result;
+        for (const Object& object : frame.objects()) {
+            result.push_back(object.id());
+        }
+        return result;
+    }
+
+    Analyzer analyzer;
+    image::Image original;
+    std::vector<std::unique_ptr<Frame>> frames;
+    FrameEvent last;
+    bool breakUp = false; ///< what the breakup stage would do with every frame
+};
+
+TEST_F(AnalyzerTest, PublishesTheFrameWithTheImageItCameFrom)
+{
+    const Frame& frame = analyze(withSquares({{10, 10}}));
+    EXPECT_EQ(last.source, &analyzer);
+    EXPECT_EQ(last.originalImage, &original);
+    EXPECT_EQ(last.sourceId, 3);
+    ASSERT_EQ(frame.objectCount(), 1);
+    const Object& object = frame.object(0);
+    // 4 pixels from corner to corner; every moment but the last rounds down.
+    EXPECT_EQ(object.polygon().length().raw(), 4 * 4 * 1024);
+    EXPECT_NEAR(object.polygon().position().re.raw(), (12 - 32) * 512, 2);
+    EXPECT_NEAR(object.polygon().position().im.raw(), (12 - 24) * 512, 2);
+    EXPECT_EQ(object.fourierDescriptor().polygonLength(), object.polygon().length());
+    EXPECT_GT(object.fourierDescriptor().frequencies()[FourierDescriptor::CENTRE + 1].re.raw(), 0);
+    EXPECT_FALSE(object.cropped());
+    EXPECT_GE(frame.elapsedTime1stRun(), 0);
+    EXPECT_FALSE(frame.reAnalyzed());
+}
+
+TEST_F(AnalyzerTest, Takes25Of30Blobs)
+{
+    image::Image picture = empty();
+    for (int i = 0; i < 30; ++i) {
+        test::fill(picture, 4 + i % 6 * 9, 4 + i / 6 * 8, 4, 4);
+    }
+    const Frame& frame = analyze(picture);
+    ASSERT_EQ(frame.objectCount(), 25);
+    EXPECT_EQ(frame.poolUsed(), 25 * 5);
+    EXPECT_NEAR(frame.object(24).polygon().position().im.raw(), (4 + 4 * 8 + 1.5 - 24) * 512, 2);
+}
+
+TEST_F(AnalyzerTest, KeepsNestedObjectsOnlyWhenAllowed)
+{
+    image::Image picture = withRing();
+    test::fill(picture, 25, 15, 4, 4);
+    EXPECT_EQ(analyze(picture).objectCount(), 1);
+    EXPECT_EQ(frames.back()->object(0).innerContourCount(), 1);
+    configure([](AnalyzerConfiguration& config) { config.allowNestedObjects = true; });
+    EXPECT_EQ(analyze(picture).objectCount(), 2);
+}
+
+TEST_F(AnalyzerTest, PlacesHolesRelativeToTheirObject)
+{
+    const Frame& frame = analyze(withRing());
+    ASSERT_EQ(frame.objectCount(), 1);
+    ASSERT_EQ(frame.object(0).innerContourCount(), 1);
+    const Polygon& hole = frame.object(0).innerContours()[0].polygon;
+    EXPECT_NEAR(hole.position().re.raw(), 0, 3); // ring and hole have the same centre
+    EXPECT_NEAR(hole.position().im.raw(), 0, 3);
+    EXPECT_NEAR(hole.right().raw(), 4.5 * 512, 5); // its line runs on the object's pixels
+    EXPECT_EQ(frame.poolUsed(), frame.object(0).polygon().pointCount() + hole.pointCount());
+}
+
+TEST_F(AnalyzerTest, DropsAHoleThatBelongsNowhereButUsesItsPoints)
+{
+    // The outline is 52 pixels long, the hole's about 38.
+    configure([](AnalyzerConfiguration& config) { config.maxPolygonSize = fp<32, 15>(45 * 1024); });
+    const Frame& frame = analyze(withRing());
+    EXPECT_EQ(frame.objectCount(), 0);
+    EXPECT_GE(frame.poolUsed(), 5);
+}
+
+TEST_F(AnalyzerTest, LooksAtHolesOnlyForComparatorsThatDo)
+{
+    database::ComparatorNotificationEvent event{nullptr, false};
+    analyzer.onEvent(event);
+    EXPECT_EQ(analyze(withRing()).object(0).innerContourCount(), 0);
+    EXPECT_EQ(frames.back()->poolUsed(), frames.back()->object(0).polygon().pointCount());
+    event.advanced = true;
+    analyzer.onEvent(event);
+    EXPECT_EQ(analyze(withRing()).object(0).innerContourCount(), 1);
+}
+
+TEST_F(AnalyzerTest, DropsOutlinesOfUnwantedLength)
+{
+    // 4 pixels from corner to corner: 16384 raw.
+    struct Case
+    {
+        std::int32_t min;
+        std::int32_t max;
+        int objects;
+    };
+
+    for (const Case& c : {Case{16384, 16384, 1}, {16385, 60000, 0}, {1, 16383, 0}}) {
+        configure([&](AnalyzerConfiguration& config) {
+            config.minPolygonSize = fp<32, 15>(c.min);
+            config.maxPolygonSize = fp<32, 15>(c.max);
+        });
+        EXPECT_EQ(analyze(withSquares({{10, 10}})).objectCount(), c.objects);
+        EXPECT_EQ(frames.back()->poolUsed(), 5 * c.objects);
+    }
+}
+
+TEST_F(AnalyzerTest, SkipsOutlinesWhenThePoolIsAlmostFull)
+{
+    // 100 jagged objects side by side and no limit but the pool's.
+    configure([](AnalyzerConfiguration& config) {
+        config.minPolygonSize = fp<32, 15>(1);
+        config.maxPolygonSize = fp<32, 15>(INT32_MAX);
+        config.maxPolygonError = fp<16, 15>(0);
+    });
+    image::Image picture(640, 480);
+    for (int i = 0; i < 30; ++i) {
+        for (int tooth = 0; tooth < 20; ++tooth) {
+            test::fill(picture, 10 + i % 5 * 120 + tooth * 5, 10 + i / 5 * 70, 3, 20 + tooth);
+        }
+        test::fill(picture, 10 + i % 5 * 120, 10 + i / 5 * 70, 98, 10);
+    }
+    const Frame& frame = analyze(picture);
+    EXPECT_GT(frame.poolUsed(), 1000);
+    EXPECT_LE(frame.poolUsed(), Frame::POOL_SIZE);
+    EXPECT_GT(frame.objectCount(), 5);
+    EXPECT_LT(frame.objectCount(), 25);
+}
+
+struct ClippingCase
+{
+    const char* what;
+    int x;
+    int y;
+    bool top;
+    bool right;
+    bool bottom;
+    bool left;
+};
+
+TEST_F(AnalyzerTest, FlagsObjectsThatReachIntoABand)
+{
+    // Bands of 1100 raw, 2.1 pixels; corners at 1 or 2 pixels from the border lie within or not:
+    // the picture's upper and left edges are 24 and 32 pixels from the centre, the last row and
+    // column 23 and 31.
+    constexpr ClippingCase cases[] = {
+        {"in the middle", 30, 20, false, false, false, false},
+        {"upper edge in row 2", 30, 2, true, false, false, false},
+        {"upper edge in row 3", 30, 3, false, false, false, false},
+        {"left edge in column 2", 2, 20, false, false, false, true},
+        {"left edge in column 3", 3, 20, false, false, false, false},
+        {"right edge in column 62", 58, 20, false, true, false, false},
+        {"right edge in column 61", 57, 20, false, false, false, false},
+        {"lower edge in row 46", 30, 42, false, false, true, false},
+        {"lower edge in row 45", 30, 41, false, false, false, false},
+        {"in a corner", 2, 42, false, false, true, true},
+    };
+    for (const ClippingCase& c : cases) {
+        SCOPED_TRACE(c.what);
+        const auto clippedBy = [&](bool top, bool right, bool bottom, bool left) {
+            configure([&](AnalyzerConfiguration& config) {
+                const fp<16, 14> size(1100);
+                config.clippingFrame = {{size, top}, {size, right}, {size, bottom}, {size, left}};
+            });
+            return analyze(withSquares({{c.x, c.y}})).object(0).clipped();
+        };
+        EXPECT_EQ(clippedBy(true, false, false, false), c.top);
+        EXPECT_EQ(clippedBy(false, true, false, false), c.right);
+        EXPECT_EQ(clippedBy(false, false, true, false), c.bottom);
+        EXPECT_EQ(clippedBy(false, false, false, true), c.left);
+        EXPECT_EQ(clippedBy(true, true, true, true), c.top || c.right || c.bottom || c.left);
+        EXPECT_FALSE(clippedBy(false, false, false, false));
+    }
+}
+
+TEST_F(AnalyzerTest, ClipsStrictlyInsideTheBand)
+{
+    // The square's upper edge is 3 pixels, 1536 raw, below the picture's.
+    const auto clippedBy = [&](std::int16_t size) {
+        configure([&](AnalyzerConfiguration& config) {
+            config.clippingFrame = {};
+            config.clippingFrame.top.size = fp<16, 14>(size);
+        });
+        return analyze(withSquares({{30, 3}})).object(0).clipped();
+    };
+    EXPECT_FALSE(clippedBy(1536));
+    EXPECT_TRUE(clippedBy(1537));
+}
+
+TEST_F(AnalyzerTest, CorrectsEveryOutlineAndHole)
+{
+    const int plain = analyze(withRing()).object(0).polygon().length().raw();
+    const int plainHole = frames.back()->object(0).innerContours()[0].polygon.length().raw();
+    configure([](AnalyzerConfiguration& config) {
+        const fp<32, 30> eighth(134217728);
+        config.lensCorrectionParams.k1 = {eighth, eighth, eighth, eighth};
+    });
+    EXPECT_GT(analyze(withRing()).object(0).polygon().length().raw(), plain);
+    EXPECT_GT(frames.back()->object(0).innerContours()[0].polygon.length().raw(), plainHole);
+    configure([](AnalyzerConfiguration& config) { config.performLensCorrection = false; });
+    EXPECT_EQ(analyze(withRing()).object(0).polygon().length().raw(), plain);
+}
+
+TEST_F(AnalyzerTest, LooksAtItsRegionOnly)
+{
+    configure([](AnalyzerConfiguration& config) { config.roi = ROI(25, 5, 30, 30); });
+    const Frame& frame = analyze(withSquares({{10, 10}, {30, 10}, {30, 40}}));
+    ASSERT_EQ(frame.objectCount(), 1);
+    EXPECT_NEAR(frame.object(0).polygon().position().re.raw(), 0, 2);
+}
+
+TEST_F(AnalyzerTest, KeepsIdentitiesFromImageToImage)
+{
+    Object::currentID = 50;
+    EXPECT_EQ(ids(analyze(withSquares({{10, 10}, {40, 10}}))), (std::vector{50, 51}));
+    // One moved by 3 pixels, 1536 raw, the other by 4: as far as a new object.
+    EXPECT_EQ(ids(analyze(withSquares({{13, 10}, {44, 10}}))), (std::vector{50, 52}));
+    EXPECT_EQ(frames.back()->lastObjectCount(), 2);
+    EXPECT_EQ(ids(analyze(empty())), std::vector<int>{});
+    EXPECT_EQ(ids(analyze(withSquares({{13, 10}}))), (std::vector{53}));
+}
+
+TEST_F(AnalyzerTest, GivesNoIdentitiesInTheFirstPassAfterABrokenUpImage)
+{
+    Object::currentID = 0;
+    breakUp = true;
+    EXPECT_EQ(ids(analyze(withSquares({{10, 10}}))), (std::vector{0}));
+    breakUp = false;
+    EXPECT_EQ(ids(analyze(withSquares({{10, 10}}))), (std::vector{-1}));
+    EXPECT_FALSE(frames.back()->brokenUp());
+    EXPECT_EQ(ids(analyze(withSquares({{10, 10}}))), (std::vector{1}));
+}
+
+/// A frame as the breakup stage hands it back.
+class SecondPass : public AnalyzerTest
+{
+protected:
+    void addObject(bool cropped, int half)
+    {
+        Object object;
+        const auto corner = [half](int x, int y) {
+            return Point::fromRaw(static_cast<std::int16_t>(x * half),
+                                  static_cast<std::int16_t>(y * half));
+        };
+        std::vector<Point> points{corner(-1, -1), corner(1, -1), corner(1, 1), corner(-1, 1),
+                                  corner(-1, -1)};
+        object.polygon().setPoints(points, /*copy*/ true);
+        object.setCropped(cropped);
+        frame->setObject(frame->objectCount(), object);
+    }
+
+    const Frame& reAnalyze()
+    {
+        breakup::ReAnalyzeEvent event{nullptr, &original, &picture, frame.get(), 9};
+        analyzer.onEvent(event);
+        EXPECT_EQ(last.frame, frame.get());
+        EXPECT_EQ(last.source, &analyzer);
+        EXPECT_EQ(last.sourceId, 9);
+        return *frame;
+    }
+
+    /// Half the side of every object that is left, in 0.01 units.
+    std::vector<int> sizes() const
+    {
+        std::vector<int> result;
+        for (const Object& object : frame->objects()) {
+            result.push_back(object.polygon().length().raw() / 16);
+        }
+        return result;
+    }
+
+    std::unique_ptr<Frame> frame = std::make_unique<Frame>();
+    image::Image picture = empty();
+};
+
+TEST_F(SecondPass, DescribesPartsAndRemovesShortOnes)
+{
+    // Half a side of h is a length of 16 h raw; the limit is 1550.
+    for (const auto& [cropped, half] : {std::pair(true, 10),
+                                        {false, 200},
+                                        {true, 96},
+                                        {true, 300},
+                                        {false, 20},
+                                        {true, 97},
+                                        {true, 15}}) {
+        addObject(cropped, half);
+    }
+    frame->setBrokenUp(true);
+    Object::currentID = 70;
+    reAnalyze();
+    // The last ones move into the gaps: 15 into the first, found short, then 97; 20, which was not
+    // cut out, into the third.
+    EXPECT_EQ(sizes(), (std::vector{97, 200, 20, 300}));
+    EXPECT_EQ(ids(*frame), (std::vector{70, 71, 72, 73}));
+    EXPECT_TRUE(frame->reAnalyzed());
+    EXPECT_EQ(frame->object(0).fourierDescriptor().polygonLength().raw(), 16 * 97);
+    EXPECT_EQ(frame->object(1).fourierDescriptor().polygonLength().raw(), 0); // not a part
+    EXPECT_EQ(frame->object(3).fourierDescriptor().polygonLength().raw(), 16 * 300);
+}
+
+TEST_F(SecondPass, ClipsPartsOnly)
+{
+    addObject(true, 16000);
+    addObject(false, 16000);
+    frame->setBrokenUp(true);
+    reAnalyze();
+    EXPECT_TRUE(frame->object(0).clipped());
+    EXPECT_FALSE(frame->object(1).clipped());
+}
+
+TEST_F(SecondPass, RemovesEveryPartWhenAllAreShort)
+{
+    addObject(true, 10);
+    addObject(true, 10);
+    frame->setBrokenUp(true);
+    EXPECT_EQ(reAnalyze().objectCount(), 0);
+}
+
+TEST_F(SecondPass, OnlyPublishesWhatNeedsNoSecondLook)
+{
+    struct Case
+    {
+        const char* what;
+        bool reAnalyzed;
+        bool brokenUp;
+    };
+
+    for (const Case& c : {Case{"already looked at", true, true}, {"not broken up", false, false}}) {
+        SCOPED_TRACE(c.what);
+        frame = std::make_unique<Frame>();
+        addObject(true, 10);
+        frame->setReAnalyzed(c.reAnalyzed);
+        frame->setBrokenUp(c.brokenUp);
+        const std::size_t published = frames.size();
+        reAnalyze();
+        EXPECT_EQ(frames.size(), published + 1);
+        EXPECT_EQ(ids(*frame), (std::vector{-1}));
+        EXPECT_TRUE(frame->reAnalyzed());
+        EXPECT_EQ(frame->elapsedTime2ndRun(), 0);
+    }
+}
+
+TEST_F(AnalyzerTest, FindsNothingInPicturesTooNarrow)
+{
+    for (const auto& [width, height] : {std::pair(1, 40), {40, 1}, {2, 40}, {40, 2}, {0, 0}}) {
+        SCOPED_TRACE(testing::Message() << width << " x " << height);
+        image::Image picture(static_cast<std::uint16_t>(width), static_cast<std::uint16_t>(height));
+        test::fill(picture, 0, 0, width, height);
+        EXPECT_EQ(analyze(picture).objectCount(), 0);
+    }
+}
+
+TEST_F(AnalyzerTest, SurvivesAColourPicture)
+{
+    const int objects = analyze(withSquares({{10, 10}})).objectCount();
+    image::Image colour(64, 48, 3, image::Format::Planar, image::ColorSpace::RGB);
+    camera::ImageEvent event{nullptr, &original, &colour, -1};
+    EXPECT_ANY_THROW(analyzer.onEvent(event));
+    EXPECT_EQ(analyze(withSquares({{10, 10}})).objectCount(), objects);
+}
+
+TEST_F(AnalyzerTest, LogsEveryChangeOfItsConfiguration)
+{
+    auto* const log = logging::LogManager::globalInstance().getLog("Analysis");
+    log->clearLog();
+    configure([](AnalyzerConfiguration& config) { config.setPolygonExtractor(nullptr); });
+    ASSERT_EQ(log->entryCount(), 1);
+    EXPECT_EQ(log->getEntry(0).message, "Config changed.");
+    EXPECT_EQ(log->getEntry(0).priority, 1);
+}
+
+TEST(AnalyzerConfiguration, HasItsDefaults)
+{
+    const AnalyzerConfiguration config;
+    EXPECT_EQ(config.polygonExtractor()->name(), "SoftwarePolygonExtractor");
+    EXPECT_EQ(config.minPolygonSize.raw(), 1550);
+    EXPECT_EQ(config.maxPolygonSize.raw(), 60000);
+    EXPECT_EQ(config.maxPolygonError.raw(), 16384);
+    EXPECT_FALSE(config.allowNestedObjects);
+    EXPECT_TRUE(config.performLensCorrection);
+    for (const ClippingArea& area : {config.clippingFrame.top, config.clippingFrame.right,
+                                     config.clippingFrame.bottom, config.clippingFrame.left}) {
+        EXPECT_TRUE(area.active);
+        EXPECT_EQ(area.size.raw(), 819);
+    }
+    EXPECT_EQ(config.roi, ROI());
+}
+
+TEST(ROI, TurnsNegativeSizesRoundAndCutsWhatLiesOutside)
+{
+    struct Case
+    {
+        const char* what;
+        std::array<int, 4> given;
+        std::array<int, 4> expected;
+    };
+
+    constexpr Case cases[] = {
+        {"as it is", {3, 4, 5, 6}, {3, 4, 5, 6}},
+        {"negative width", {10, 4, -5, 6}, {5, 4, 5, 6}},
+        {"negative height", {3, 10, 5, -6}, {3, 4, 5, 6}},
+        {"left of the image", {-2, 4, 5, 6}, {0, 4, 3, 6}},
+        {"above the image", {3, -4, 5, 6}, {3, 0, 5, 2}},
+        {"turned round and outside", {2, 3, -5, -7}, {0, 0, 2, 3}},
+        {"wholly outside is empty", {-20, 3, 5, 5}, {0, 3, 0, 5}},
+        {"the most negative", {32767, 0, -32768, 1}, {0, 0, 32767, 1}},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        const auto [x, y, w, h] = c.given;
+        const ROI roi(x, y, w, h);
+        EXPECT_EQ((std::array<int, 4>{roi.x, roi.y, roi.width, roi.height}), c.expected);
+    }
+}
+
+} // namespace
+} // namespace tarvik::analysis

@@ -1,0 +1,353 @@
+#include "analysis/extraction/PolygonExtractorFactory.h"
+#include "analysis/extraction/chaincode/SoftwarePolygonExtractor.h"
+#include "analysis/extraction/chaincode/processors/PolygonBuilderRecursive.h"
+#include "core/Exception.h"
+#include "support/Pictures.h"
+#include "support/Thrown.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tarvik::analysis::extraction::chaincode {
+namespace {
+
+using Point = Complex<16, 14>;
+constexpr fp<16, 15> EVERY_CORNER{0}; ///< only collinear points are dropped
+constexpr int CAPACITY = 64;
+
+/// One contour, its points as "column,row column,row ...".
+struct Contour
+{
+    bool inner;
+    std::string points;
+
+    friend bool operator==(const Contour&, const Contour&) = default;
+
+    friend void PrintTo(const Contour& contour, std::ostream* out)
+    {
+        *out << (contour.inner ? "inner " : "outer ") << contour.points;
+    }
+};
+
+/// Back to pixels, which is exact where half the width divides 16384.
+std::string pixels(std::span<const Point> points, const image::Image& picture)
+{
+    const int half = picture.width() / 2;
+    std::string result;
+    for (const Point& p : points) {
+        const int column = p.re.raw() / (16384 / half) + half;
+        const int row = p.im.raw() / (16384 / half) + picture.height() / 2;
+        result += result.empty() ? "" : " ";
+        result += std::to_string(column) + "," + std::to_string(row);
+    }
+    return result;
+}
+
+std::vector<Contour> contoursOf(image::Image picture, const ROI& roi = {}, int capacity = CAPACITY)
+{
+    SoftwarePolygonExtractor extractor;
+    extractor.begin(picture, roi, EVERY_CORNER);
+    std::vector<Contour> result;
+    std::array<Point, CAPACITY> points{};
+    const std::span room(points.data(), static_cast<std::size_t>(capacity));
+    while (extractor.hasNext()) {
+        const bool inner = extractor.innerContour();
+        int count = 0;
+        EXPECT_TRUE(extractor.nextPolygon(room, count));
+        result.push_back({inner, pixels(room.first(static_cast<std::size_t>(count)), picture)});
+    }
+    return result;
+}
+
+struct Picture
+{
+    const char* what;
+    image::Image picture;
+    std::vector<Contour> contours;
+};
+
+TEST(Extractor, TracesDrawnFigures)
+{
+    const Picture pictures[] = {
+        {"an isolated pixel is one point",
+         test::drawn({"................", "...#............", "................"}),
+         {{false, "3,1"}}},
+        {"right, down, left, up",
+         test::drawn(
+             {"................", "...##...........", "...##...........", "................"}),
+         {{false, "3,1 4,1 4,2 3,2 3,1"}}},
+        {"a line comes back on itself: its end lies on the chord of nothing",
+         test::drawn({"................", "...#####........", "................"}),
+         {{false, "3,1 3,1"}}},
+        {"a diagonal likewise",
+         test::drawn({"................", "...#............", "....#...........",
+                      ".....#..........", "................"}),
+         {{false, "3,1 3,1"}}},
+        {"an object at the picture's edge is cut open one pixel inside",
+         test::drawn({"################", "################", "################",
+                      "################", "################"}),
+         {{false, "1,1 14,1 14,3 1,3 1,1"}}},
+        {"objects that touch at a corner are one, its corner runs merged",
+         test::drawn({"................", "....##..........", "....##..........",
+                      "......##........", "......##........", "................"}),
+         {{false, "4,1 5,1 6,3 7,3 7,4 6,4 5,2 4,2 4,1"}}},
+        {"scan order is by rows, then by columns",
+         test::drawn(
+             {"................", "..........#.....", "..#....#........", "................"}),
+         {{false, "10,1"}, {false, "2,2"}, {false, "7,2"}}},
+    };
+    for (const Picture& p : pictures) {
+        SCOPED_TRACE(p.what);
+        EXPECT_EQ(contoursOf(p.picture), p.contours);
+    }
+}
+
+TEST(Extractor, FindsAHoleFromThePixelAboveIt)
+{
+    // The hole's contour: 3 2 2 1 0 0 7 6 6 5 4 4 from (3, 2); each diagonal merges with the run
+    // behind it.
+    const std::vector<Contour> expected{
+        {false, "1,1 7,1 7,7 1,7 1,1"}, {true, "3,2 2,5 5,6 6,3 3,2"}, {false, "4,4"}};
+    EXPECT_EQ(contoursOf(test::drawn({
+                  "................",
+                  ".#######........",
+                  ".#######........",
+                  ".##...##........",
+                  ".##.#.##........",
+                  ".##...##........",
+                  ".#######........",
+                  ".#######........",
+                  "................",
+              })),
+              expected);
+}
+
+TEST(Extractor, TakesTheInnerEdgeOfAThinRingForPassed)
+{
+    EXPECT_EQ(contoursOf(test::drawn({"................", ".####...........", ".#..#...........",
+                                      ".####...........", "................"})),
+              (std::vector<Contour>{{false, "1,1 4,1 4,3 1,3 1,1"}}));
+}
+
+TEST(Extractor, EndsAThinFigureThatPassesItsStartTwice)
+{
+    // From the tip down the right leg and back: the end. The left leg starts once more, runs over
+    // the tip, down the right leg and back over the tip.
+    EXPECT_EQ(contoursOf(test::drawn({"................", "...#............", "..#.#...........",
+                                      "................"})),
+              (std::vector<Contour>{{false, "3,1 3,1"}, {false, "2,2 3,1 2,2"}}));
+}
+
+TEST(Extractor, KeepsImageCoordinatesWithinARegion)
+{
+    const image::Image picture = test::drawn(
+        {"................", "....########....", "....########....", "....########....",
+         "....########....", "....########....", "....########....", "................"});
+    // The region's own frame is cleared: columns 5 and 9, rows 2 and 6.
+    EXPECT_EQ(contoursOf(picture, ROI(5, 2, 5, 5)),
+              (std::vector<Contour>{{false, "6,3 8,3 8,5 6,5 6,3"}}));
+    EXPECT_EQ(contoursOf(picture, ROI(10, 3, 100, 100)),
+              (std::vector<Contour>{{false, "11,4 11,4"}})); // clipped to the image
+    const std::vector<Contour> whole = contoursOf(picture);
+    EXPECT_EQ(contoursOf(picture, ROI(0, 0, 0, 5)), whole);  // empty
+    EXPECT_EQ(contoursOf(picture, ROI(3, 3, 5, 0)), whole);  // empty
+    EXPECT_EQ(contoursOf(picture, ROI(15, 0, 5, 5)), whole); // starts on the last column
+    EXPECT_EQ(contoursOf(picture, ROI(0, 7, 5, 5)), whole);  // starts on the last row
+    EXPECT_EQ(contoursOf(picture, ROI(10, 7, -5, -5)), contoursOf(picture, ROI(5, 2, 5, 5)));
+}
+
+TEST(Extractor, RoundsStartPointsTowardsTheCentre)
+{
+    image::Image picture(15, 9); // halves: 7 and 4
+    test::fill(picture, 6, 1, 1, 1);
+    test::fill(picture, 8, 1, 1, 1);
+    test::fill(picture, 6, 7, 1, 1);
+    SoftwarePolygonExtractor extractor;
+    extractor.begin(picture, {}, EVERY_CORNER);
+    const std::array<Point, 3> expected{Point::fromRaw(-2340, -7021), Point::fromRaw(2340, -7021),
+                                        Point::fromRaw(-2340, 7021)};
+    for (const Point& point : expected) {
+        std::array<Point, 4> points{};
+        int count = 0;
+        ASSERT_TRUE(extractor.nextPolygon(points, count));
+        EXPECT_EQ(count, 1);
+        EXPECT_EQ(points[0], point);
+    }
+}
+
+TEST(Extractor, GivesAsManyPointsAsThereIsRoomFor)
+{
+    const image::Image square =
+        test::drawn({"................", "...###..........", "...###..........", "...###..........",
+                     "................"});
+    // Runs that find no room are ignored, and the closing point is where the others ended: a run
+    // is pending with room for three, so that its end comes twice.
+    EXPECT_EQ(contoursOf(square, {}, 1), (std::vector<Contour>{{false, "3,1"}}));
+    EXPECT_EQ(contoursOf(square, {}, 2), (std::vector<Contour>{{false, "3,1"}}));
+    EXPECT_EQ(contoursOf(square, {}, 3), (std::vector<Contour>{{false, "3,1 5,1 5,3"}}));
+    EXPECT_EQ(contoursOf(square, {}, 4), (std::vector<Contour>{{false, "3,1 5,1 5,3 3,3"}}));
+    EXPECT_EQ(contoursOf(square, {}, 5), (std::vector<Contour>{{false, "3,1 5,1 5,3 3,3 3,1"}}));
+}
+
+TEST(Extractor, MeasuresTheLineOfAContour)
+{
+    image::Image picture(64, 48); // a step is 512 raw, 1024 raw long
+    test::fill(picture, 3, 3, 2, 2);
+    test::fill(picture, 10, 10, 1, 1);
+    test::fill(picture, 20, 20, 1, 1);
+    test::fill(picture, 21, 21, 1, 1);
+    SoftwarePolygonExtractor extractor;
+    extractor.begin(picture, {}, EVERY_CORNER);
+    Point centre;
+    fp<32, 15> length;
+    ASSERT_TRUE(extractor.nextPolygon(&centre, &length));
+    EXPECT_EQ(centre, Point::fromRaw(-14592, -10496)); // (3.5, 3.5)
+    EXPECT_EQ(length.raw(), 4096);
+    ASSERT_TRUE(extractor.nextPolygon(&centre, &length));
+    EXPECT_EQ(centre, Point::fromRaw(-22 * 512, -14 * 512));
+    EXPECT_EQ(length.raw(), 0);
+    ASSERT_TRUE(extractor.nextPolygon(nullptr, &length));
+    EXPECT_EQ(length.raw(), 2 * 1448); // 1024 times the root of 2, downwards
+    EXPECT_FALSE(extractor.nextPolygon(&centre, nullptr));
+}
+
+TEST(Extractor, TakesNothingWithoutRoomOrOutsideAScan)
+{
+    image::Image picture = test::drawn({"........", "...#....", "........"});
+    SoftwarePolygonExtractor extractor;
+    std::array<Point, 2> points{};
+    int count = 7;
+    EXPECT_FALSE(extractor.hasNext());
+    EXPECT_FALSE(extractor.skipPolygon());
+    extractor.begin(picture, {}, EVERY_CORNER);
+    EXPECT_FALSE(extractor.nextPolygon(std::span<Point>{}, count));
+    EXPECT_EQ(count, 7);
+    EXPECT_TRUE(extractor.hasNext());
+    extractor.end();
+    EXPECT_FALSE(extractor.nextPolygon(points, count));
+    EXPECT_FALSE(extractor.nextPolygon(nullptr, nullptr));
+    EXPECT_FALSE(extractor.skipPolygon());
+    EXPECT_EQ(count, 7);
+}
+
+TEST(Extractor, RefusesColour)
+{
+    image::Image colour(8, 8, 3, image::Format::Planar, image::ColorSpace::RGB);
+    SoftwarePolygonExtractor extractor;
+    EXPECT_EQ(test::thrown<Exception>([&] { extractor.begin(colour, {}, EVERY_CORNER); }),
+              "Cannot compress color images.");
+    EXPECT_FALSE(extractor.hasNext());
+}
+
+TEST(Extractor, ClearsAPictureThatIsNothingButEdge)
+{
+    for (const auto& [width, height] : {std::pair(1, 50), {50, 1}, {1, 1}, {2, 50}, {50, 2}}) {
+        SCOPED_TRACE(testing::Message() << width << " x " << height);
+        image::Image picture(static_cast<std::uint16_t>(width), static_cast<std::uint16_t>(height));
+        test::fill(picture, 0, 0, width, height);
+        SoftwarePolygonExtractor extractor;
+        extractor.begin(picture, {}, EVERY_CORNER);
+        EXPECT_FALSE(extractor.hasNext());
+        EXPECT_TRUE(std::ranges::all_of(picture.bytes(), [](std::uint8_t p) { return p == 0; }));
+    }
+    image::Image nothing;
+    SoftwarePolygonExtractor extractor;
+    extractor.begin(nothing, {}, EVERY_CORNER);
+    EXPECT_FALSE(extractor.hasNext());
+}
+
+TEST(ExtractorFactory, KnowsTheSoftwareExtractor)
+{
+    auto& factory = PolygonExtractorFactory::instance();
+    ASSERT_EQ(factory.implementations().size(), 1U);
+    EXPECT_EQ(factory.defaultImplementation()->name(), "SoftwarePolygonExtractor");
+    EXPECT_EQ(factory.defaultImplementation()->description(), "No Description");
+}
+
+struct Runs
+{
+    const char* what;
+    std::uint8_t first;
+    std::uint16_t firstLength;
+    std::uint8_t second;
+    std::uint16_t secondLength;
+    bool straight;
+};
+
+TEST(PolygonBuilder, MergesTwoRunsOfAStraightLine)
+{
+    constexpr Runs cases[] = {
+        {"one step, then any number", 0, 1, 1, 40, true},
+        {"two, then three", 0, 2, 1, 3, true},
+        {"two, then four", 0, 2, 1, 4, false},
+        {"three, then two", 0, 3, 1, 2, true},
+        {"three, then three", 0, 3, 1, 3, false},
+        {"four, then one", 0, 4, 1, 1, true},
+        {"four, then two", 0, 4, 1, 2, false},
+        {"any number, then one", 0, 40, 1, 1, true},
+        {"the other way", 3, 1, 2, 9, true},
+        {"from the last direction to the first", 7, 1, 0, 5, true},
+        {"from the first direction to the last", 0, 1, 7, 5, true},
+        {"a quarter turn", 0, 1, 2, 1, false},
+        {"a quarter turn across the first direction", 1, 1, 7, 1, false},
+        {"three eighths", 1, 1, 6, 1, false},
+    };
+    for (const Runs& c : cases) {
+        SCOPED_TRACE(c.what);
+        const PixelGrid grid(640, 480);
+        std::array<Point, 8> points{};
+        processors::PolygonBuilderRecursive builder(grid, Point::ZERO, points, EVERY_CORNER);
+        builder.add(c.first, c.firstLength);
+        builder.add(c.second, c.secondLength);
+        EXPECT_EQ(builder.finish(), c.straight ? 2 : 3);
+    }
+}
+
+TEST(PolygonBuilder, KeepsAVertexBeyondHalfTheErrorOnly)
+{
+    struct Case
+    {
+        const char* what;
+        int width; ///< half of it, in pixels to 1.0
+        std::int16_t error;
+        int points;
+    };
+
+    // Up and down by one pixel: the vertex is 16384 / (width / 2) raw units off the chord.
+    constexpr Case cases[] = {
+        {"64 squared is half of 8192: not beyond", 512, 8192, 2},
+        {"half of 8193, truncated", 512, 8193, 2},
+        {"half of 8191, truncated", 512, 8191, 3},
+        {"90 squared, default", 2 * 182, 16384, 2},
+        {"91 squared, default", 2 * 180, 16384, 3},
+        {"negative: every vertex", 512, -2, 3},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        const PixelGrid grid(c.width, c.width);
+        std::array<Point, 8> points{};
+        processors::PolygonBuilderRecursive builder(grid, Point::ZERO, points, fp<16, 15>(c.error));
+        builder.add(1, 1);
+        builder.add(7, 1);
+        EXPECT_EQ(builder.finish(), c.points);
+    }
+}
+
+TEST(PolygonBuilder, NeverKeepsAPointThatTurnsBack)
+{
+    const PixelGrid grid(16, 16);
+    std::array<Point, 8> points{};
+    processors::PolygonBuilderRecursive builder(grid, Point::ZERO, points, fp<16, 15>(-32768));
+    builder.add(0, 5);
+    builder.add(4, 5);
+    EXPECT_EQ(builder.finish(), 2);
+}
+
+} // namespace
+} // namespace tarvik::analysis::extraction::chaincode

@@ -1,0 +1,223 @@
+#include "analysis/FourierDescriptor.h"
+
+#include "analysis/Polygon.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdint>
+#include <cstdlib>
+#include <numbers>
+#include <vector>
+
+namespace tarvik::analysis {
+namespace {
+
+using Point = Complex<16, 14>;
+using Coefficient = Complex<16, 15>;
+constexpr int CENTRE = FourierDescriptor::CENTRE;
+
+Coefficient coefficient(int re, int im)
+{
+    return Coefficient::fromRaw(static_cast<std::int16_t>(re), static_cast<std::int16_t>(im));
+}
+
+/// An outline without any symmetry, turned about the origin, traced from one of its corners.
+Polygon outline(double angle, std::size_t start)
+{
+    static constexpr std::array<std::array<double, 2>, 7> CORNERS{{{-2800, -1900},
+                                                                   {3100, -2100},
+                                                                   {2900, -300},
+                                                                   {600, -200},
+                                                                   {900, 2600},
+                                                                   {-700, 2400},
+                                                                   {-1900, 300}}};
+    std::vector<Point> points;
+    for (std::size_t i = 0; i <= CORNERS.size(); ++i) {
+        const auto [x, y] = CORNERS[(start + i) % CORNERS.size()];
+        const double c = std::cos(angle);
+        const double s = std::sin(angle);
+        points.push_back(Point::fromRaw(static_cast<std::int16_t>(std::lround(x * c - y * s)),
+                                        static_cast<std::int16_t>(std::lround(x * s + y * c))));
+    }
+    Polygon polygon;
+    polygon.setPoints(points, /*copy*/ true);
+    return polygon;
+}
+
+FourierDescriptor described(const Polygon& polygon, bool exact = false, bool normalise = true)
+{
+    FourierDescriptor descriptor;
+    descriptor.load(polygon, normalise, exact);
+    return descriptor;
+}
+
+/// Largest difference of a part of any coefficient but the centre.
+int difference(const FourierDescriptor& a, const FourierDescriptor& b)
+{
+    int largest = 0;
+    for (std::size_t k = 0; k < FourierDescriptor::COUNT; ++k) {
+        if (k != CENTRE) {
+            const Coefficient ca = a.frequencies()[k];
+            const Coefficient cb = b.frequencies()[k];
+            largest = std::max({largest, std::abs(ca.re.raw() - cb.re.raw()),
+                                std::abs(ca.im.raw() - cb.im.raw())});
+        }
+    }
+    return largest;
+}
+
+double moduloPi(double radians)
+{
+    return std::remainder(radians, std::numbers::pi);
+}
+
+TEST(FourierDescriptor, EstimatesRotationAsHalfTheSumOfTwoAngles)
+{
+    struct Case
+    {
+        const char* what;
+        Coefficient plus1;
+        Coefficient minus1;
+        std::int32_t rotation;
+    };
+
+    const Case cases[] = {
+        {"none", coefficient(1, 0), coefficient(1, 0), 0},
+        {"a quarter turn rounds up", coefficient(0, 9), coefficient(1, 0), 25736},
+        {"a quarter back towards zero: -51471, half of it down", coefficient(0, -9),
+         coefficient(1, 0), -25736},
+        {"pi, rounded to nearest", coefficient(-9, 0), coefficient(1, 0), 51472},
+        {"51472 - 51471", coefficient(0, 32767), coefficient(0, -32768), 0},
+        {"pi + pi stays", coefficient(-1, 0), coefficient(-1, 0), 102944},
+        {"-102943 + 0: -pi by a small negative part", coefficient(-32768, -1), coefficient(5, 0),
+         -51471},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        FourierDescriptor::Frequencies frequencies;
+        frequencies[CENTRE + 1] = c.plus1;
+        frequencies[CENTRE - 1] = c.minus1;
+        FourierDescriptor descriptor;
+        descriptor.setFrequencies(frequencies);
+        descriptor.estimateRotation();
+        EXPECT_EQ(descriptor.rotation().raw(), c.rotation);
+    }
+}
+
+TEST(FourierDescriptor, DoesNotDependOnWhereTheTraceStarts)
+{
+    const FourierDescriptor first = described(outline(0.4, 0));
+    for (std::size_t start = 1; start < 7; ++start) {
+        SCOPED_TRACE(start);
+        const FourierDescriptor other = described(outline(0.4, start));
+        EXPECT_LE(difference(first, other), 25);
+        EXPECT_NEAR(moduloPi(first.rotation().toDouble() - other.rotation().toDouble()), 0, 0.01);
+    }
+}
+
+TEST(FourierDescriptor, DoesNotDependOnTheOrientation)
+{
+    const FourierDescriptor still = described(outline(0, 0));
+    for (double angle = -3; angle < 3; angle += 0.5) {
+        SCOPED_TRACE(angle);
+        const FourierDescriptor turned = described(outline(angle, 0));
+        const double gap = turned.rotation().toDouble() - still.rotation().toDouble() - angle;
+        EXPECT_NEAR(moduloPi(gap), 0, 0.01);
+        // Half a turn more or less changes the sign of the even frequencies' neighbours.
+        const bool sameHalf = std::abs(std::remainder(gap, 2 * std::numbers::pi)) < 1;
+        if (sameHalf) {
+            EXPECT_LE(difference(still, turned), 25);
+        }
+    }
+}
+
+TEST(FourierDescriptor, MakesTheFirstFrequencyRealAndPositive)
+{
+    const Coefficient first = described(outline(1.1, 3)).frequencies()[CENTRE + 1];
+    EXPECT_GT(first.re.raw(), 0);
+    EXPECT_LE(std::abs(first.im.raw()), 10);
+}
+
+TEST(FourierDescriptor, HoldsTheCentreUnturned)
+{
+    const Polygon polygon = outline(0.7, 2);
+    for (const bool exact : {false, true}) {
+        const FourierDescriptor descriptor = described(polygon, exact);
+        EXPECT_EQ(descriptor.centre(),
+                  coefficient(2 * polygon.position().re.raw(), 2 * polygon.position().im.raw()));
+        EXPECT_EQ(descriptor.polygonLength(), polygon.length());
+    }
+    EXPECT_LE(difference(described(polygon, true, false), described(polygon, false, false)), 12);
+}
+
+TEST(FourierDescriptor, KeepsItsCoefficientsForAPolygonWithoutLength)
+{
+    FourierDescriptor descriptor = described(outline(0.7, 2));
+    const FourierDescriptor before = descriptor;
+    descriptor.load(Polygon(3), true, false);
+    EXPECT_EQ(descriptor.frequencies(), before.frequencies());
+    EXPECT_EQ(descriptor.rotation().raw(), 0);
+    EXPECT_EQ(descriptor.polygonLength().raw(), 0);
+}
+
+TEST(FourierDescriptor, WrapsRotationByTwoPi)
+{
+    struct Case
+    {
+        const char* what;
+        std::int32_t by;
+        std::int32_t rotation;
+    };
+
+    constexpr Case cases[] = {
+        {"pi stays", 102944, 102944},
+        {"beyond pi", 102945, -102942},
+        {"-pi stays", -102944, -102944},
+        {"beyond -pi", -102945, 102942},
+        {"more than one turn", 3 * 205887 + 5, 5},
+        {"more than one turn back", -3 * 205887 - 5, -5},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        FourierDescriptor descriptor;
+        descriptor.rotate(fp<32, 15>(c.by), /*normalise*/ false);
+        EXPECT_EQ(descriptor.rotation().raw(), c.rotation);
+    }
+}
+
+TEST(FourierDescriptor, NormalisesWithTheNewRotation)
+{
+    FourierDescriptor::Frequencies frequencies;
+    frequencies[CENTRE] = coefficient(500, 600);
+    frequencies[CENTRE + 1] = coefficient(8000, 0);
+    frequencies[CENTRE - 1] = coefficient(0, 4000);
+    FourierDescriptor descriptor;
+    descriptor.setFrequencies(frequencies);
+    descriptor.rotate(fp<32, 15>(51472), /*normalise*/ true);
+    // -pi/2: f = -16384, sine -32768, cosine 0, so that (re, im) becomes (im, -re). The first one
+    // is (0, -8000) then: turned on by -51471 raw, -16383 as a fraction of pi.
+    EXPECT_EQ(descriptor.centre(), coefficient(500, 600));
+    EXPECT_EQ(descriptor.rotation().raw(), 51472);
+    EXPECT_NEAR(descriptor.frequencies()[CENTRE + 1].re.raw(), 8000, 3);
+    EXPECT_NEAR(descriptor.frequencies()[CENTRE + 1].im.raw(), 0, 3);
+    // (4000, 0) turned by the same angle the other way.
+    EXPECT_NEAR(descriptor.frequencies()[CENTRE - 1].re.raw(), 0, 3);
+    EXPECT_NEAR(descriptor.frequencies()[CENTRE - 1].im.raw(), -4000, 3);
+}
+
+TEST(FourierDescriptor, MovesItsCentreOnly)
+{
+    FourierDescriptor descriptor = described(outline(0, 0));
+    const FourierDescriptor before = descriptor;
+    descriptor.move(coefficient(32767, -1));
+    descriptor.move(coefficient(1, 1));
+    EXPECT_EQ(descriptor.centre(),
+              coefficient(before.centre().re.raw() - 32768, before.centre().im.raw()));
+    EXPECT_EQ(difference(before, descriptor), 0);
+}
+
+} // namespace
+} // namespace tarvik::analysis

@@ -1,0 +1,240 @@
+#include "analysis/Frame.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <memory>
+#include <vector>
+
+namespace tarvik::analysis {
+namespace {
+
+using Point = Complex<16, 14>;
+
+Point at(int x, int y)
+{
+    return Point::fromRaw(static_cast<std::int16_t>(x), static_cast<std::int16_t>(y));
+}
+
+std::array<Point, 5> squareAround(int x, int y, int half)
+{
+    return {at(x - half, y - half), at(x + half, y - half), at(x + half, y + half),
+            at(x - half, y + half), at(x - half, y - half)};
+}
+
+Object squareObject(int x, int y, int half, int id = -1)
+{
+    Object object;
+    auto points = squareAround(x, y, half);
+    object.polygon().setPoints(points, /*copy*/ true);
+    object.setId(id);
+    return object;
+}
+
+TEST(Object, StartsWithoutIdentityFlagsAndHoles)
+{
+    const Object object;
+    EXPECT_EQ(object.id(), -1);
+    EXPECT_FALSE(object.cropped());
+    EXPECT_FALSE(object.clipped());
+    EXPECT_EQ(object.polygon().pointCount(), 0);
+    EXPECT_EQ(object.innerContourCount(), 0);
+}
+
+TEST(Object, Holds100Holes)
+{
+    Object object;
+    InnerContour hole;
+    hole.polygon.moveTo(at(4, 5));
+    object.setInnerContour(-1, hole);
+    object.setInnerContour(100, hole);
+    EXPECT_EQ(object.innerContourCount(), 0);
+    object.setInnerContour(98, hole);
+    EXPECT_EQ(object.innerContourCount(), 99);
+    object.setInnerContour(3, hole);
+    EXPECT_EQ(object.innerContourCount(), 99);
+    EXPECT_EQ(object.innerContours()[98].polygon.position(), at(4, 5));
+    EXPECT_NE(object.addInnerContour(), nullptr);
+    EXPECT_EQ(object.innerContourCount(), 100);
+    EXPECT_EQ(object.addInnerContour(), nullptr);
+    EXPECT_EQ(object.innerContourCount(), 100);
+}
+
+TEST(Object, CopiesItsHolesWithTheirPoints)
+{
+    auto pool = squareAround(100, 100, 50);
+    Object object = squareObject(0, 0, 1000, 7);
+    object.setCropped(true);
+    object.setClipped(true);
+    object.addInnerContour()->polygon.setPoints(pool, /*copy*/ false);
+    const Point corner = pool[0];
+
+    const Object copy = object;
+    Object view;
+    view.borrow(object);
+    pool.fill(at(0, 0));
+    for (const Object* o : {&copy, &std::as_const(view)}) {
+        EXPECT_EQ(o->id(), 7);
+        EXPECT_TRUE(o->cropped());
+        EXPECT_TRUE(o->clipped());
+        ASSERT_EQ(o->innerContourCount(), 1);
+        EXPECT_EQ(o->polygon().length(), object.polygon().length());
+    }
+    EXPECT_EQ(copy.innerContours()[0].polygon.points()[0], corner);
+    EXPECT_TRUE(copy.innerContours()[0].polygon.ownsPoints());
+    EXPECT_EQ(view.innerContours()[0].polygon.points().data(), pool.data());
+}
+
+TEST(Frame, Holds25Objects)
+{
+    const auto frame = std::make_unique<Frame>();
+    frame->setObject(25, squareObject(0, 0, 10));
+    frame->setObject(-1, squareObject(0, 0, 10));
+    EXPECT_EQ(frame->objectCount(), 0);
+    frame->setObject(0, squareObject(0, 0, 10, 4));
+    frame->setObject(3, squareObject(0, 0, 10, 5));
+    EXPECT_EQ(frame->objectCount(), 4);
+    frame->setObject(1, squareObject(0, 0, 10));
+    EXPECT_EQ(frame->objectCount(), 4);
+    frame->setObject(24, squareObject(0, 0, 10));
+    EXPECT_EQ(frame->objectCount(), 25);
+}
+
+TEST(Frame, FindsObjectsByIdentity)
+{
+    const auto frame = std::make_unique<Frame>();
+    frame->setObject(0, squareObject(0, 0, 10, -1));
+    frame->setObject(1, squareObject(0, 0, 10, 6));
+    frame->setObject(2, squareObject(0, 0, 10, 6));
+    EXPECT_EQ(std::as_const(*frame).findObject(6), &frame->object(1));
+    EXPECT_EQ(std::as_const(*frame).findObject(-1), nullptr);
+    EXPECT_EQ(std::as_const(*frame).findObject(5), nullptr);
+    frame->setObjectCount(1);
+    EXPECT_EQ(std::as_const(*frame).findObject(6), nullptr);
+}
+
+TEST(Frame, FindsTheLastObjectAtAPoint)
+{
+    const auto frame = std::make_unique<Frame>();
+    frame->setObject(0, squareObject(0, 0, 1000));
+    frame->setObject(1, squareObject(100, 100, 100));
+    EXPECT_EQ(frame->findObject(at(100, 100)), &frame->object(1));
+    EXPECT_EQ(frame->findObject(at(-500, 0)), &frame->object(0));
+    EXPECT_EQ(frame->findObject(at(-2000, 0)), nullptr);
+}
+
+TEST(Frame, CopiesOwnTheirPoints)
+{
+    const auto frame = std::make_unique<Frame>();
+    const auto pool = frame->freePoints();
+    const auto square = squareAround(500, 0, 300);
+    std::copy(square.begin(), square.end(), pool.begin());
+    frame->object(0).polygon().setPoints(pool.first(5), /*copy*/ false);
+    frame->usePoints(5);
+    frame->setObjectCount(1);
+    frame->setBrokenUp(true);
+    frame->setReAnalyzed(true);
+    frame->setElapsedTime1stRun(11);
+    frame->setElapsedTime2ndRun(12);
+    frame->possibleCuts().add({});
+
+    const auto copy = std::make_unique<Frame>(*frame);
+    const Point corner = pool[0];
+    pool[0] = at(1, 1);
+    EXPECT_EQ(copy->object(0).polygon().points()[0], corner);
+    EXPECT_TRUE(copy->object(0).polygon().ownsPoints());
+    EXPECT_EQ(copy->objectCount(), 1);
+    EXPECT_EQ(copy->poolUsed(), 5);
+    EXPECT_TRUE(copy->brokenUp());
+    EXPECT_TRUE(copy->reAnalyzed());
+    EXPECT_EQ(copy->elapsedTime1stRun(), 11);
+    EXPECT_EQ(copy->elapsedTime2ndRun(), 12);
+    EXPECT_EQ(copy->possibleCuts().count(), 1);
+}
+
+/// Ids after a frame of these squares, given that the frame before had the others.
+std::vector<int> idsAfter(const std::vector<Point>& before, const std::vector<Point>& now)
+{
+    const auto frame = std::make_unique<Frame>();
+    Object::currentID = 10;
+    for (const auto* places : {&before, &now}) {
+        frame->beginImage();
+        int i = 0;
+        for (const Point place : *places) {
+            frame->setObject(i++, squareObject(0, 0, 0));
+            frame->object(i - 1).polygon().moveTo(place);
+        }
+        frame->matchObjectIDs();
+    }
+    std::vector<int> ids;
+    for (const Object& object : frame->objects()) {
+        ids.push_back(object.id());
+    }
+    return ids;
+}
+
+struct Identities
+{
+    const char* what;
+    std::vector<Point> before; ///< get 10, 11, ...
+    std::vector<Point> now;
+    std::vector<int> ids;
+};
+
+TEST(Frame, KeepsTheIdentityOfObjectsThatStayInPlace)
+{
+    const Identities cases[] = {
+        {"nothing moved", {at(0, 0), at(5000, 0)}, {at(0, 0), at(5000, 0)}, {10, 11}},
+        {"order changed", {at(0, 0), at(5000, 0)}, {at(5000, 0), at(0, 0)}, {11, 10}},
+        {"moved by 1638: 0.01 squared not reached", {at(0, 0)}, {at(1638, 0)}, {10}},
+        {"moved by 1639", {at(0, 0)}, {at(1639, 0)}, {11}},
+        {"moved by (1159, 1158): 2684245", {at(0, 0)}, {at(1159, 1158)}, {10}},
+        {"moved by (1159, 1159): 2686562", {at(0, 0)}, {at(1159, 1159)}, {11}},
+        {"the nearest one", {at(0, 0), at(1000, 0)}, {at(600, 0)}, {11}},
+        {"of equally near ones the first", {at(0, 0), at(1000, 0)}, {at(500, 0)}, {10}},
+        {"two near the same place: the first takes it, though farther",
+         {at(0, 0)},
+         {at(900, 0), at(0, 0)},
+         {10, 11}},
+        {"taken once only, then the next nearest",
+         {at(0, 0), at(1000, 0)},
+         {at(100, 0), at(0, 0)},
+         {10, 11}},
+        {"more objects than before", {}, {at(0, 0), at(9, 9)}, {10, 11}},
+    };
+    for (const Identities& c : cases) {
+        SCOPED_TRACE(c.what);
+        EXPECT_EQ(idsAfter(c.before, c.now), c.ids);
+    }
+}
+
+TEST(Frame, RemembersOneImageOnly)
+{
+    const auto frame = std::make_unique<Frame>();
+    Object::currentID = 0;
+    for (const int count : {1, 0, 1}) {
+        frame->beginImage();
+        if (count == 1) {
+            frame->setObject(0, squareObject(0, 0, 100));
+        }
+        frame->matchObjectIDs();
+    }
+    EXPECT_EQ(frame->object(0).id(), 1);
+    EXPECT_EQ(frame->lastObjectCount(), 0);
+}
+
+TEST(Frame, TakesItsPartPointsFromTheirOwnPool)
+{
+    const auto frame = std::make_unique<Frame>();
+    EXPECT_EQ(frame->takePartPoints(Frame::PART_POOL_SIZE - 1).size(),
+              static_cast<std::size_t>(Frame::PART_POOL_SIZE - 1));
+    EXPECT_TRUE(frame->takePartPoints(2).empty());
+    EXPECT_TRUE(frame->takePartPoints(-1).empty());
+    EXPECT_EQ(frame->takePartPoints(1).size(), 1U);
+    EXPECT_EQ(frame->poolUsed(), 0);
+    frame->beginImage();
+    EXPECT_EQ(frame->takePartPoints(2).size(), 2U);
+}
+
+} // namespace
+} // namespace tarvik::analysis

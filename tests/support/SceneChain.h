@@ -1,0 +1,96 @@
+#pragma once
+
+#include "analysis/Analyzer.h"
+#include "breakup/PolygonDivider.h"
+#include "chain/Events.h"
+#include "core/util/Listener.h"
+#include "database/Database.h"
+#include "image/Binarization.h"
+#include "image/Image.h"
+#include "math/fp.h"
+#include "ocamera/simulated/Scene.h"
+
+#include <cstdint>
+#include <functional>
+#include <stdexcept>
+
+namespace tarvik::test {
+
+namespace simulated = OCamera::simulated;
+
+/// The whole processing chain over pictures of the synthetic scene, without a camera around it.
+class SceneChain : private util::Listener<breakup::FrameProcessedEvent>
+{
+public:
+    using Result = breakup::FrameProcessedEvent;
+
+    SceneChain(int width, int height)
+        : _grey(static_cast<std::uint16_t>(width), static_cast<std::uint16_t>(height)),
+          _binary(static_cast<std::uint16_t>(width), static_cast<std::uint16_t>(height))
+    {
+        divider.util::Observable<breakup::ReAnalyzeEvent>::addListener(&analyzer);
+        database.util::Observable<database::ComparatorNotificationEvent>::addListener(&analyzer);
+        analyzer.addListener(&database);
+        database.util::Observable<database::BreakupEvent>::addListener(&divider);
+        divider.util::Observable<breakup::FrameProcessedEvent>::addListener(this);
+    }
+
+    /// Teaches every kind but the one that the scene wants rejected; template 10 + kind reports the
+    /// rotation of the part, 0 as it lies when taught.
+    void teachAll(simulated::Scene& scene)
+    {
+        for (const simulated::Kind kind : simulated::KINDS) {
+            if (kind == simulated::Kind::Shard) {
+                continue;
+            }
+            scene.greyPartAlone(kind, 0, _grey.width(), _grey.height(), _grey.bytes());
+            const Result result = process();
+            if (result.frame->objectCount() != 1) {
+                throw std::runtime_error("a part alone is not one object");
+            }
+            database::Template taught(templateOf(kind), result.frame->object(0));
+            taught.rotation = -taught.fourierDescriptor().rotation();
+            database.addTemplate(taught);
+        }
+    }
+
+    [[nodiscard]] static int templateOf(simulated::Kind kind) { return 10 + static_cast<int>(kind); }
+
+    /// Valid until the next picture.
+    Result process(simulated::Scene& scene, std::uint32_t frame)
+    {
+        scene.grey(frame, _grey.width(), _grey.height(), _grey.bytes());
+        return process();
+    }
+
+    /// The picture in grey() goes through the chain.
+    Result process()
+    {
+        image::binarize(_grey.bytes(), image::ByteWindow::interval(128, 255), _binary.bytes());
+        return processBinary();
+    }
+
+    /// The picture in binary() goes through the chain.
+    Result processBinary()
+    {
+        camera::ImageEvent event{nullptr, &_grey, &_binary, -1};
+        static_cast<util::Listener<camera::ImageEvent>&>(analyzer).onEvent(event);
+        return _result;
+    }
+
+    [[nodiscard]] image::Image& grey() { return _grey; }
+    [[nodiscard]] image::Image& binary() { return _binary; }
+
+    analysis::Analyzer analyzer;
+    database::Database database;
+    breakup::PolygonDivider divider;
+
+private:
+    void onEvent(breakup::FrameProcessedEvent& event) override { _result = event; }
+
+    image::Image _grey;
+    image::Image _binary;
+    Result _result;
+};
+
+} // namespace tarvik::test
