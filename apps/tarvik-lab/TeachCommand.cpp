@@ -1,0 +1,67 @@
+#include "Commands.h"
+#include "ExitCode.h"
+#include "LessonText.h"
+#include "TeachOptions.h"
+
+#include <CLI/CLI.hpp>
+#include <memory>
+
+namespace tarvik::lab {
+
+namespace {
+
+constexpr const char* FOOTER = R"(
+A picture shows one part alone, in the size of the camera's pictures:
+  FILE                                  the options below apply
+  ID:FILE,grip=XxY,height=H,rotation=D  all but FILE may be left out
+
+Examples:
+  tarvik-lab teach --file config.xml 1:bolt.png 2:nut.png,grip=331x240
+      makes or extends a configuration file without a camera
+  tarvik-lab teach --file config.xml --id 10 --replace parts/*.png
+      templates 10, 11, 12 ... from one picture each)";
+
+void addLessonOptions(CLI::App& command, TeachOptions& options)
+{
+    command.add_option("--id", options.lesson.id,
+                       "Number by which results name the part; counts up from picture to picture. "
+                       "Without it the next free one");
+    command.add_flag("--replace", options.lesson.replace,
+                     "Take the place of a template of this id");
+    command
+        .add_option_function<std::string>(
+            "--grip",
+            [&options](const std::string& text) { options.lesson.grip = parsePoint(text); },
+            "The point of the picture, in pixels, that results report as the part's position. "
+            "Without it the centre of its outline")
+        ->type_name("X,Y");
+    command.add_option("--height", options.lesson.height,
+                       "Height of the part, passed on to whoever reads the template");
+    command
+        .add_option("--rotation", options.lesson.rotationDeg,
+                    "Added to every rotation that is reported for the part")
+        ->type_name("DEG");
+}
+
+} // namespace
+
+void addTeachCommand(CLI::App& app, int& exitCode)
+{
+    auto options = std::make_shared<TeachOptions>();
+    CLI::App* const command = app.add_subcommand("teach", "Teach parts, each from one picture");
+    command->footer(FOOTER);
+    command->add_option("--file", options->file, "Teach into this configuration file")
+        ->type_name("CONFIG.XML");
+    addLessonOptions(*command, *options);
+    command->add_flag("--scale", options->scale, "Bring pictures to the camera's size");
+    command->add_option("PICTURES", options->pictures, "Pictures of one part each")->type_name("");
+    command->callback([options, &exitCode] {
+        if (options->pictures.empty()) {
+            throw UsageException("teach --file needs at least one picture.");
+        }
+        teachFile(*options);
+        exitCode = DONE;
+    });
+}
+
+} // namespace tarvik::lab
