@@ -23,13 +23,13 @@ constexpr std::uint32_t IMAGES = 1000;
 /// What came of the scene's parts.
 struct Tally
 {
-    int parts = 0;     ///< taught, in full view
-    int found = 0;     ///< as the right template
-    int mistaken = 0;  ///< as another template
-    int missed = 0;    ///< not at all
-    int touching = 0;  ///< of those found, the ones out of a pair
-    int rejected = 0;  ///< untaught parts that nothing was recognised in
-    int accepted = 0;  ///< untaught parts taken for something
+    int parts = 0;          ///< taught, in full view
+    int found = 0;          ///< as the right template
+    int mistaken = 0;       ///< as another template
+    int missed = 0;         ///< not at all
+    int touching = 0;       ///< of those found, the ones out of a pair
+    int rejected = 0;       ///< untaught parts that nothing was recognised in
+    int accepted = 0;       ///< untaught parts taken for something
     double worstAngle = 0;  ///< degrees
     double worstOffset = 0; ///< pixels
 };
@@ -75,8 +75,7 @@ void countPart(const SceneChain::Result& result, const ScenePart& part, int widt
     }
     ++tally.found;
     tally.touching += part.touching ? 1 : 0;
-    const double angle =
-        (*result.matchings)[*index].rotation.toDouble() * 180 / 3.141592653589793;
+    const double angle = (*result.matchings)[*index].rotation.toDouble() * 180 / 3.141592653589793;
     tally.worstAngle =
         std::max(tally.worstAngle, degreesBetween(angle, part.rotation * 360.0 / 65536));
     tally.worstOffset = std::max(tally.worstOffset, offset);
@@ -97,6 +96,7 @@ Tally recognise(int width, int height, std::uint32_t images)
     chain.teachAll(scene);
     breakup::BreakupConfiguration breakup;
     breakup.setBreakupEnabled(true);
+    breakup.setMaxCutLength(fp<32, 30>::fromDouble(SceneChain::MAX_CUT_LENGTH));
     chain.divider.setConfig(breakup);
     Tally tally;
     for (std::uint32_t n = 0; n < images; ++n) {
@@ -106,8 +106,7 @@ Tally recognise(int width, int height, std::uint32_t images)
             // The other part of a pair, which hangs in the same outline until it is cut.
             bool pairClipped = false;
             for (const std::size_t other : {i - 1, i + 1}) {
-                pairClipped |= parts[i].touching && other < parts.size() &&
-                               parts[other].touching &&
+                pairClipped |= parts[i].touching && other < parts.size() && parts[other].touching &&
                                nearBorder(result, parts[other], width, height);
             }
             if (!pairClipped && !nearBorder(result, parts[i], width, height)) {
@@ -115,11 +114,12 @@ Tally recognise(int width, int height, std::uint32_t images)
             }
         }
     }
-    std::printf("%dx%d, %u images: %d of %d parts found (%d of them cut out of a pair), %d mistaken, "
-                "%d missed, untaught: %d rejected, %d accepted; worst rotation %.2f degrees, worst "
-                "position %.2f pixels\n",
-                width, height, images, tally.found, tally.parts, tally.touching, tally.mistaken,
-                tally.missed, tally.rejected, tally.accepted, tally.worstAngle, tally.worstOffset);
+    std::printf(
+        "%dx%d, %u images: %d of %d parts found (%d of them cut out of a pair), %d mistaken, "
+        "%d missed, untaught: %d rejected, %d accepted; worst rotation %.2f degrees, worst "
+        "position %.2f pixels\n",
+        width, height, images, tally.found, tally.parts, tally.touching, tally.mistaken,
+        tally.missed, tally.rejected, tally.accepted, tally.worstAngle, tally.worstOffset);
     return tally;
 }
 
@@ -131,7 +131,9 @@ TEST(SceneRecognition, FindsEveryTaughtPartInFullView)
         int height;
         std::uint32_t images;
     };
-    for (const Size& size : {Size{640, 480, IMAGES}, Size{752, 480, IMAGES / 5}, Size{1280, 1024, IMAGES / 5}}) {
+
+    for (const Size& size :
+         {Size{640, 480, IMAGES}, Size{752, 480, IMAGES / 5}, Size{1280, 1024, IMAGES / 5}}) {
         const Tally tally = recognise(size.width, size.height, size.images);
         EXPECT_GT(tally.parts, static_cast<int>(size.images) * 3);
         EXPECT_EQ(tally.found, tally.parts);

@@ -9,8 +9,8 @@ namespace {
 
 using Contour = std::vector<Point>;
 
-/// Drawn in 1/16 unit, which is fine enough for round numbers.
-constexpr std::int32_t DRAWN = 16;
+/// Drawn in 1/14 unit, which is fine enough for round numbers.
+constexpr std::int32_t DRAWN = 14;
 constexpr std::int32_t FRACTION = 256;
 
 constexpr std::uint16_t degrees(int tenths)
@@ -39,7 +39,7 @@ Point drawn(int x, int y)
     return {x * FRACTION / DRAWN, y * FRACTION / DRAWN};
 }
 
-/// Appends an arc of `steps` edges; from and to in tenths of a degree, the rest in 1/16 unit.
+/// Appends an arc of `steps` edges; from and to in tenths of a degree, the rest in 1/14 unit.
 void appendArc(Contour& contour, int centreX, int centreY, int radius, int from, int to, int steps)
 {
     for (int i = 0; i <= steps; ++i) {
@@ -101,7 +101,7 @@ Shape centred(std::string_view name, Colour colour, std::vector<Contour> contour
 Shape tabWasher()
 {
     Contour outline;
-    appendArc(outline, 0, 0, 432, 217, 3600 - 217, 30); // the tab is 20 units wide
+    appendArc(outline, 0, 0, 432, 217, 3600 - 217, 30); // the tab is 23 units wide
     outline.push_back(drawn(640, -160));
     outline.push_back(drawn(640, 160));
     return centred("tab-washer", {255, 214, 96}, {outline, circle(0, 0, 192)});
@@ -123,17 +123,19 @@ Shape bracket()
 
 Shape gear()
 {
-    constexpr int TEETH = 5; // places for teeth; the last stays empty
+    constexpr int PLACES = 5; // for teeth; the two next to the flat stay empty
+    constexpr int TEETH = 3;
     Contour outline;
-    for (int tooth = 0; tooth < TEETH - 1; ++tooth) {
-        const int middle = tooth * 3600 / TEETH;
+    for (int tooth = 0; tooth < TEETH; ++tooth) {
+        const int middle = tooth * 3600 / PLACES;
         appendArc(outline, 0, 0, 432, middle - 220, middle - 220, 1);
         outline.pop_back();
         appendArc(outline, 0, 0, 624, middle - 120, middle + 120, 2);
         appendArc(outline, 0, 0, 432, middle + 220, middle + 500, 3);
         outline.pop_back();
     }
-    appendArc(outline, 0, 0, 432, 2380, 3380, 10);
+    appendArc(outline, 0, 0, 432, 1940, 2020, 1);
+    appendArc(outline, 0, 0, 432, 3140, 3380, 3); // a straight line leads here
     outline.pop_back();
     return centred("gear", {255, 176, 232}, {outline, circle(0, 0, 160)});
 }
@@ -141,7 +143,7 @@ Shape gear()
 Shape key()
 {
     Contour outline;
-    appendArc(outline, -304, 0, 312, 275, 3600 - 275, 24); // the shaft is 18 units thick
+    appendArc(outline, -304, 0, 312, 275, 3600 - 275, 24); // the shaft is 21 units thick
     for (const Point p : {Point{624, -144}, {624, 352}, {336, 352}, {336, 144}}) {
         outline.push_back(drawn(p.x, p.y));
     }
@@ -180,7 +182,7 @@ const Shape& shapeOf(Kind kind)
 const TouchingPair& touchingPair()
 {
     static const TouchingPair PAIR = [] {
-        constexpr std::int32_t DEPTH = 9 * FRACTION / 2; // of the elbow inside the plate
+        constexpr std::int32_t DEPTH = 3 * FRACTION; // of the elbow inside the plate
         TouchingPair pair{Kind::Plate, Kind::Bracket, degrees(3600 - 1350), {}, {}, 0};
         const Shape& plate = shapeOf(pair.first);
         const Shape& bracket = shapeOf(pair.second);

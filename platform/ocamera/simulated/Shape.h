@@ -16,7 +16,7 @@ enum class Kind : std::uint8_t
     TabWasher, ///< disc with a tab and one hole
     Plate,     ///< plate with a chamfered corner and three holes
     Bracket,   ///< L with arms of two lengths and one hole
-    Gear,      ///< wheel with one tooth missing and one hole
+    Gear,      ///< wheel with three teeth, a flat side and one hole
     Key,       ///< bow with a hole, shaft and bit
     Cam,       ///< egg with two holes of two sizes
     Shard,     ///< broken piece: what a line would want rejected, and the demo leaves untaught
