@@ -75,8 +75,9 @@ public:
 
     virtual void destroy(T* object)
     {
+        // NOLINTNEXTLINE(cppcoreguidelines-owning-memory): the counterpart of create()
         delete object;
-    } // NOLINT(cppcoreguidelines-owning-memory): the counterpart of create()
+    }
 
     /// The implementation registered under exactly this name; null when there is none.
     [[nodiscard]] const Implementation* find(std::string_view name) const

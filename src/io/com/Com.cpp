@@ -46,7 +46,7 @@ void Com::registerMessage(Message* message)
     if (message == nullptr) {
         throw ComException("Message is NULL.");
     }
-    if (_messages.count(message->id()) != 0) {
+    if (_messages.contains(message->id())) {
         throw ComException("A message with the same id already has been registered.");
     }
     _messages.emplace(message->id(), message);
@@ -198,8 +198,8 @@ void Com::expectResponse(std::uint32_t id)
 
 void Com::awaitResponse(unsigned int timeoutMs)
 {
-    constexpr unsigned int STEP_MS = 50;
-    const auto limit = std::chrono::milliseconds(STEP_MS) * (timeoutMs / STEP_MS + 1);
+    constexpr unsigned int stepMs = 50;
+    const auto limit = std::chrono::milliseconds(stepMs) * (timeoutMs / stepMs + 1);
     const concurrent::MutexLock responding(_responseLock);
     const bool inTime =
         _responseChanged.waitFor(_responseLock, limit, [this]() TARVIK_REQUIRES(_responseLock) {

@@ -29,10 +29,10 @@ void setOption(int descriptor, int level, int option, const T& value, const char
 
 void setConnectionOptions(int descriptor)
 {
-    constexpr int SEND_BUFFER = 5120;
-    constexpr timeval SEND_TIME{3, 0};
-    setOption(descriptor, SOL_SOCKET, SO_SNDBUF, SEND_BUFFER, "Couldn't set send buffer size.");
-    setOption(descriptor, SOL_SOCKET, SO_SNDTIMEO, SEND_TIME, "Couldn't set send timeout.");
+    constexpr int sendBuffer = 5120;
+    constexpr timeval sendTime{3, 0};
+    setOption(descriptor, SOL_SOCKET, SO_SNDBUF, sendBuffer, "Couldn't set send buffer size.");
+    setOption(descriptor, SOL_SOCKET, SO_SNDTIMEO, sendTime, "Couldn't set send timeout.");
     setOption(descriptor, IPPROTO_TCP, TCP_NODELAY, 1, "Couldn't set NO_DELAY.");
 }
 
@@ -40,14 +40,14 @@ void setConnectionOptions(int descriptor)
 /// while it seems connected, nobody else gets in. A system without these options does without.
 void probeWhenIdle(int descriptor)
 {
-    constexpr int ON = 1;
-    constexpr int IDLE_S = 10;
-    constexpr int INTERVAL_S = 5;
-    constexpr int PROBES = 4;
-    ::setsockopt(descriptor, SOL_SOCKET, SO_KEEPALIVE, &ON, sizeof ON);
-    ::setsockopt(descriptor, IPPROTO_TCP, TCP_KEEPIDLE, &IDLE_S, sizeof IDLE_S);
-    ::setsockopt(descriptor, IPPROTO_TCP, TCP_KEEPINTVL, &INTERVAL_S, sizeof INTERVAL_S);
-    ::setsockopt(descriptor, IPPROTO_TCP, TCP_KEEPCNT, &PROBES, sizeof PROBES);
+    constexpr int on = 1;
+    constexpr int idleS = 10;
+    constexpr int intervalS = 5;
+    constexpr int probes = 4;
+    ::setsockopt(descriptor, SOL_SOCKET, SO_KEEPALIVE, &on, sizeof on);
+    ::setsockopt(descriptor, IPPROTO_TCP, TCP_KEEPIDLE, &idleS, sizeof idleS);
+    ::setsockopt(descriptor, IPPROTO_TCP, TCP_KEEPINTVL, &intervalS, sizeof intervalS);
+    ::setsockopt(descriptor, IPPROTO_TCP, TCP_KEEPCNT, &probes, sizeof probes);
 }
 
 bool wouldBlock(int error)
@@ -98,9 +98,9 @@ void TCPSocket::connectUntil(const char* address, int port, const Deadline& dead
 
 void TCPSocket::listen()
 {
-    constexpr int BACKLOG = 10;
+    constexpr int backlog = 10;
     const char* const message = "Error listening.";
-    if (::listen(pinOrThrow(message)->descriptor, BACKLOG) != 0) {
+    if (::listen(pinOrThrow(message)->descriptor, backlog) != 0) {
         throw SocketException(message, errno);
     }
 }

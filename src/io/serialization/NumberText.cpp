@@ -51,13 +51,13 @@ bool underflows(std::string_view text)
     if (first == std::string_view::npos) {
         return true;
     }
-    constexpr std::int64_t HUGE_EXPONENT = std::int64_t{1} << 40; // beyond any text's length
+    constexpr std::int64_t hugeExponent = std::int64_t{1} << 40; // beyond any text's length
     std::int64_t exponent = 0;
     if (exponentAt < text.size()) {
         std::string_view digits = text.substr(exponentAt + 1);
         skip(digits, "+");
-        if (!parse(digits, exponent) || std::abs(exponent) > HUGE_EXPONENT) {
-            exponent = digits.front() == '-' ? -HUGE_EXPONENT : HUGE_EXPONENT;
+        if (!parse(digits, exponent) || std::abs(exponent) > hugeExponent) {
+            exponent = digits.front() == '-' ? -hugeExponent : hugeExponent;
         }
     }
     return exponent + static_cast<std::int64_t>(point) - static_cast<std::int64_t>(first) < 0;
@@ -69,12 +69,12 @@ namespace detail {
 
 std::string_view trimmed(std::string_view text)
 {
-    constexpr std::string_view BLANKS = " \t\r\n\v\f";
-    const std::size_t first = text.find_first_not_of(BLANKS);
+    constexpr std::string_view blanks = " \t\r\n\v\f";
+    const std::size_t first = text.find_first_not_of(blanks);
     if (first == std::string_view::npos) {
         return {};
     }
-    text = text.substr(first, text.find_last_not_of(BLANKS) - first + 1);
+    text = text.substr(first, text.find_last_not_of(blanks) - first + 1);
     const bool plus = text.size() > 1 && text[0] == '+' && text[1] != '-' && text[1] != '+';
     return plus ? text.substr(1) : text;
 }
@@ -106,8 +106,8 @@ std::string format(double value)
 bool toRaw(float value, int fractionBits, std::int64_t& raw)
 {
     const float scaled = std::ldexp(value, fractionBits) + 0.5F;
-    constexpr float LIMIT = 9223372036854775808.0F; // 2^63
-    if (!(scaled > -LIMIT && scaled < LIMIT)) {
+    constexpr float limit = 9223372036854775808.0F; // 2^63
+    if (!(scaled > -limit && scaled < limit)) {
         return false;
     }
     raw = static_cast<std::int64_t>(scaled);

@@ -31,11 +31,11 @@ void throwInvalidLength(std::string_view name, std::int64_t length, std::size_t 
 
 std::string printable(std::string_view text)
 {
-    constexpr std::size_t MAX_LENGTH = 64;
-    std::string result(text.substr(0, MAX_LENGTH));
+    constexpr std::size_t maxLength = 64;
+    std::string result(text.substr(0, maxLength));
     std::replace_if(
         result.begin(), result.end(), [](char c) { return c < ' ' || c > '~'; }, '?');
-    if (text.size() > MAX_LENGTH) {
+    if (text.size() > maxLength) {
         result += "...";
     }
     return result;

@@ -15,6 +15,7 @@ namespace {
 
 struct FileCloser
 {
+    // NOLINTNEXTLINE(cppcoreguidelines-owning-memory): the owner is the unique_ptr
     void operator()(std::FILE* file) const { std::fclose(file); }
 };
 
@@ -78,8 +79,8 @@ void XMLDecoder::beginElement(const char* name)
         throw SerializationException("Element <" + expected + "> not found inside <" +
                                      current().ValueStr() + ">.");
     }
-    constexpr std::size_t MAX_COMPARED = 256;
-    if (name != nullptr && std::strncmp(name, element->Value(), MAX_COMPARED) != 0) {
+    constexpr std::size_t maxCompared = 256;
+    if (name != nullptr && std::strncmp(name, element->Value(), maxCompared) != 0) {
         throw SerializationException("Invalid element. Expected: <" + expected + "> Found: <" +
                                      element->ValueStr() + ">.");
     }

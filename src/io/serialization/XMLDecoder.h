@@ -67,7 +67,7 @@ public:
     void serializeText(std::string& text, std::size_t maxLength);
 
     /// Always throws "Invalid operation": a constant cannot be read into.
-    [[noreturn]] void serializeText(const char* text);
+    [[noreturn]] static void serializeText(const char* text);
 
     void flush() {}
 

@@ -16,6 +16,7 @@ namespace {
 
 struct FileCloser
 {
+    // NOLINTNEXTLINE(cppcoreguidelines-owning-memory): the owner is the unique_ptr
     void operator()(std::FILE* file) const { std::fclose(file); }
 };
 
