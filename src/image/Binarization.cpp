@@ -14,7 +14,7 @@ namespace {
 using words::Word;
 
 #if defined(__SSE2__) || defined(__ARM_NEON)
-/// The compiler turns the plain loops into vectors of bytes, twice as fast as words here.
+/// The compiler turns the plain loops into vectors of bytes, three times as fast as words.
 constexpr bool HAS_BYTE_VECTORS = true;
 #else
 constexpr bool HAS_BYTE_VECTORS = false;
