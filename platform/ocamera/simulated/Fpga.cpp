@@ -139,13 +139,19 @@ void neighbours(std::span<const std::uint8_t> in, int width, int height,
 
 void mosaic(std::span<const std::uint8_t> rgb, int width, int height, std::span<std::uint8_t> out)
 {
-    // Index of the colour in red, green, blue, by the parity of row and column.
+    // Index of the colour in red, green, blue, in even and odd columns.
     constexpr std::array<std::array<std::size_t, 2>, 2> PATTERN{{{1, 0}, {2, 1}}};
-    std::size_t i = 0;
     for (int y = 0; y < height; ++y) {
-        for (int x = 0; x < width; ++x, ++i) {
-            out[i] = rgb[3 * i +
-                         PATTERN[static_cast<std::size_t>(y & 1)][static_cast<std::size_t>(x & 1)]];
+        const auto [even, odd] = PATTERN[static_cast<std::size_t>(y & 1)];
+        const std::uint8_t* from = rgb.data() + 3 * std::ptrdiff_t{y} * width;
+        std::uint8_t* line = out.data() + std::ptrdiff_t{y} * width;
+        int x = 0;
+        for (; x + 1 < width; x += 2, from += 6) {
+            line[x] = from[even];
+            line[x + 1] = from[odd + 3];
+        }
+        if (x < width) {
+            line[x] = from[even];
         }
     }
 }

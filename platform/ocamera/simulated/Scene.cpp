@@ -50,6 +50,19 @@ std::vector<std::uint8_t> makeWeave(std::uint32_t seed)
     return weave;
 }
 
+/// Walks a ring-shaped table from a start on, in runs that do not wrap round, which the compiler
+/// can vectorize: run(entries done, place in the table, entries in this run).
+template <class Run>
+void forEachRun(std::size_t start, std::size_t count, std::size_t size, Run run)
+{
+    for (std::size_t done = 0; done < count;) {
+        const std::size_t from = (start + done) % size;
+        const std::size_t length = std::min(count - done, size - from);
+        run(done, from, length);
+        done += length;
+    }
+}
+
 std::uint8_t clampedToByte(std::int32_t value)
 {
     return static_cast<std::uint8_t>(std::clamp(value, 0, 255));
@@ -161,7 +174,11 @@ void Scene::draw(std::uint32_t frame, const std::vector<ScenePart>& parts, const
                  int width, int height, std::span<std::uint8_t> picture)
 {
     light(width, height);
-    drawBelt(frame, palette, picture);
+    if (palette.channels == 1) {
+        drawBelt<1>(frame, palette, picture);
+    } else {
+        drawBelt<3>(frame, palette, picture);
+    }
     _masks.resize(std::max(_masks.size(), parts.size()));
     for (std::size_t i = 0; i < parts.size(); ++i) {
         fillMask(parts[i], _masks[i]);
@@ -196,21 +213,29 @@ void Scene::light(int width, int height)
     }
 }
 
-void Scene::drawBelt(std::uint32_t frame, const Palette& palette, std::span<std::uint8_t> picture)
+template <std::size_t CHANNELS>
+void Scene::drawBelt(std::uint32_t frame, const Palette& palette,
+                     std::span<std::uint8_t> picture) const
 {
+    std::array<std::uint16_t, CHANNELS> belt{}; // 16 bits: products stay below, loops vectorize
+    std::transform(palette.belt.begin(), palette.belt.begin() + CHANNELS, belt.begin(),
+                   [](std::int32_t v) { return static_cast<std::uint16_t>(v); });
     const auto width = static_cast<std::size_t>(_width);
     const std::size_t shift =
         _options.standing ? 0 : std::size_t{frame} * width / VIEW_WIDTH; // the belt moves one unit
     for (std::size_t y = 0; y < static_cast<std::size_t>(_height); ++y) {
-        const std::uint8_t* lit = _light.data() + y * width;
-        std::uint8_t* out = picture.data() + y * width * palette.channels;
-        const std::size_t offset = y * 5 + WEAVE_SIZE - shift % WEAVE_SIZE;
-        for (std::size_t x = 0; x < width; ++x) {
-            const std::int32_t weave = _weave[(offset + x) % WEAVE_SIZE];
-            for (std::size_t c = 0; c < palette.channels; ++c) {
-                *out++ = static_cast<std::uint8_t>((palette.belt[c] + weave) * lit[x] >> 8);
+        const std::size_t start = y * 5 + WEAVE_SIZE - shift % WEAVE_SIZE;
+        forEachRun(start, width, WEAVE_SIZE, [&](std::size_t x0, std::size_t from, std::size_t n) {
+            const std::uint8_t* lit = _light.data() + y * width + x0;
+            const std::uint8_t* weave = _weave.data() + from;
+            std::uint8_t* out = picture.data() + (y * width + x0) * CHANNELS;
+            for (std::size_t x = 0; x < n; ++x) {
+                for (std::size_t c = 0; c < CHANNELS; ++c) {
+                    out[x * CHANNELS + c] = static_cast<std::uint8_t>(
+                        static_cast<std::uint16_t>((belt[c] + weave[x]) * lit[x]) >> 8);
+                }
             }
-        }
+        });
     }
 }
 
@@ -282,16 +307,14 @@ void Scene::addNoise(std::uint32_t frame, std::size_t channels,
         std::uint8_t* out = picture.data() + y * row;
         const std::size_t start =
             mixed(_options.seed, std::uint64_t{frame} << 16 | y, FRAME_PURPOSE + 2);
-        for (std::size_t done = 0; done < row;) {
-            // In runs that do not wrap round the table, which the compiler vectorizes.
-            const std::size_t from = (start + done) % NOISE_SIZE;
-            const std::size_t count = std::min(row - done, NOISE_SIZE - from);
+        forEachRun(start, row, NOISE_SIZE, [&](std::size_t done, std::size_t from, std::size_t n) {
             const std::int8_t* noise = _noise.data() + from;
-            for (std::size_t k = 0; k < count; ++k) {
-                out[done + k] = clampedToByte(out[done + k] + noise[k]);
+            for (std::size_t k = 0; k < n; ++k) {
+                const auto noisy = static_cast<std::int16_t>(out[done + k] + noise[k]);
+                out[done + k] = static_cast<std::uint8_t>(
+                    std::clamp(noisy, std::int16_t{0}, std::int16_t{255}));
             }
-            done += count;
-        }
+        });
     }
 }
 

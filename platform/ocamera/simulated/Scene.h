@@ -72,7 +72,9 @@ private:
 
     void draw(std::uint32_t frame, const std::vector<ScenePart>& parts, const Palette& palette,
               int width, int height, std::span<std::uint8_t> picture);
-    void drawBelt(std::uint32_t frame, const Palette& palette, std::span<std::uint8_t> picture);
+    template <std::size_t CHANNELS>
+    void drawBelt(std::uint32_t frame, const Palette& palette,
+                  std::span<std::uint8_t> picture) const;
     void drawShadow(const Mask& mask, std::size_t channels, std::span<std::uint8_t> picture) const;
     void drawPart(const Mask& mask, std::span<const std::int32_t> colour,
                   std::span<std::uint8_t> picture) const;
