@@ -16,6 +16,7 @@
 #include "protocol/StreamingSettings.h"
 #include "server/ClientConnection.h"
 #include "server/ConnectionTester.h"
+#include "server/GeneralConfig.h"
 #include "server/OriginalImageWish.h"
 #include "server/ServerOptions.h"
 #include "server/StreamingState.h"
@@ -116,16 +117,6 @@ public:
     void onEvent(ConnectionTester::Tick& event) override;
 
 private:
-    /// The configuration file's element "Server".
-    struct General
-    {
-        std::uint32_t autoSaveInterval = 3; ///< minutes; 0 for never
-        bool requestSysTime = true;
-
-        template <class S, class Self>
-        static void serialize(S& s, Self& self);
-    };
-
     void registerMessages();
     void startUDP();
     void reportUDP();
@@ -161,7 +152,7 @@ private:
     /// into any component; the camera thread never takes it. Lock order: this before every other
     /// but the channel's receive lock and the tester's round mutex.
     concurrent::Mutex _serverMutex;
-    General _general TARVIK_GUARDED_BY(_serverMutex);
+    GeneralConfig _general TARVIK_GUARDED_BY(_serverMutex);
     concurrent::Timer _autoSaveTimer TARVIK_GUARDED_BY(_serverMutex);
     /// The file has not been loaded as a whole, so the next save keeps a copy of it.
     bool _keepUnloaded TARVIK_GUARDED_BY(_serverMutex) = false;

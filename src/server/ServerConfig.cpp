@@ -22,7 +22,6 @@ using logging::LogManager;
 
 namespace {
 
-constexpr std::int64_t US_PER_MINUTE = 60'000'000;
 constexpr std::int32_t US_PER_MS = 1000;
 
 /// The first of "<path>.bad", "<path>.bad2", ... that is free.
@@ -47,17 +46,10 @@ std::optional<timeval> toTimeval(const sys::DateTime& time)
 
 } // namespace
 
-template <class S, class Self>
-void Server::General::serialize(S& s, Self& self)
-{
-    s& field("AutoSaveInterval", self.autoSaveInterval) &
-        field("RequestSysTime", self.requestSysTime);
-}
-
 template <class S>
 void Server::serializeConfig(S& s)
 {
-    General general = _general;
+    GeneralConfig general = _general;
     logging::LogConfig logConfig = LogManager::globalInstance().config();
     s& field("Server", general);
     if constexpr (S::isEncoder()) {
@@ -162,8 +154,7 @@ void Server::onEvent(ConnectionTester::Tick& /*event*/)
         return;
     }
     const MutexLock lock(_serverMutex);
-    const std::uint32_t interval = _general.autoSaveInterval;
-    if (interval == 0 || interval > _autoSaveTimer.timeElapsed() / US_PER_MINUTE) {
+    if (!_general.autoSaveDue(_autoSaveTimer.timeElapsed())) {
         return;
     }
     _configTouched = false;

@@ -1,0 +1,166 @@
+#include "ServerFixture.h"
+#include "image/Image.h"
+
+#include <gtest/gtest.h>
+
+#include <vector>
+
+namespace tarvik::com::server {
+namespace {
+
+using test::Peer;
+
+class TarvikLabServerTest : public test::ServerFixture
+{
+protected:
+    static constexpr std::size_t PIXELS = 640 * 480;
+
+    /// A black picture of the sensor's size for SetCameraSource.
+    static void sendPicture(Peer& peer)
+    {
+        peer.sendHex("3E F3 CF 58 01 00 00 80 02 E0 01");
+        peer.send(std::vector<std::byte>(PIXELS));
+    }
+
+    /// The id of the next message that is not a sign of life.
+    static std::string nextId(Peer& peer)
+    {
+        std::string id = peer.receiveHex(4);
+        while (id == "D0 48 0F 04") {
+            id = peer.receiveHex(4);
+        }
+        return id;
+    }
+
+    static void event(Server& server, std::int8_t sourceId)
+    {
+        static const image::Image picture;
+        static const analysis::Frame frame;
+        static const database::Matchings matchings;
+        breakup::FrameProcessedEvent event{nullptr, &picture,   &picture,
+                                           &frame,  &matchings, sourceId};
+        server.lab().onEvent(event);
+    }
+
+    /// A message that is answered, so that everything before it has been dealt with.
+    static bool overridden(Peer& peer)
+    {
+        peer.sendHex("22 2E F4 EE");
+        EXPECT_EQ(nextId(peer), "22 2E F4 EE");
+        return peer.receive(1).front() != std::byte{0};
+    }
+};
+
+TEST_F(TarvikLabServerTest, AnswersATestImageOnceWithItsOwnResult)
+{
+    Server& server = start();
+    const auto peer = lab();
+    peer->sendHex("E0 EC 56 54 01 00 00 00"); // the original image
+    sendPicture(*peer);
+    EXPECT_EQ(nextId(*peer), "60 38 0D F3");
+    EXPECT_EQ(peer->receiveHex(11), "01 00 00 00 01 00 00 80 02 E0 01")
+        << "the new settings act with the test image";
+    EXPECT_EQ(peer->receive(PIXELS), std::vector<std::byte>(PIXELS)) << "ours, not the sensor's";
+    EXPECT_TRUE(test::eventually([&] { return server.camera().sourceOverridden(); }));
+    EXPECT_TRUE(overridden(*peer)) << "and no second Stream before this answer";
+    peer->sendHex("D7 27 79 78");
+    EXPECT_TRUE(test::eventually([&] { return !server.camera().sourceOverridden(); }));
+    EXPECT_FALSE(overridden(*peer));
+}
+
+TEST_F(TarvikLabServerTest, SendsTheFirstResultOfTheLastImageOnly)
+{
+    test::writeFile(configPath(), configWith("<Camera>", "<TriggerMode>0<", "<TriggerMode>1<"));
+    Server& server = start();
+    const auto peer = lab();
+
+    struct ResultCase
+    {
+        const char* what;
+        std::int8_t awaited;
+        std::vector<std::int8_t> frames;
+        int streams;
+    };
+
+    const ResultCase cases[] = {
+        {"nothing awaited", -1, {-1, 0, 1}, 0},
+        {"of the sensor, of an earlier image, its own, and once more", 1, {-1, 0, 1, 1}, 1},
+        {"ids start over", 0, {63, 0}, 1},
+    };
+    for (const ResultCase& c : cases) {
+        SCOPED_TRACE(c.what);
+        server.lab().setId(c.awaited);
+        for (const std::int8_t id : c.frames) {
+            event(server, id);
+        }
+        for (int i = 0; i < c.streams; ++i) {
+            EXPECT_EQ(nextId(*peer), "60 38 0D F3");
+            EXPECT_EQ(peer->receiveHex(4), "00 00 00 00");
+        }
+        EXPECT_FALSE(overridden(*peer)) << "this answer comes next";
+    }
+}
+
+TEST_F(TarvikLabServerTest, ForgetsTheAwaitedImageWithItsClient)
+{
+    test::writeFile(configPath(), configWith("<Camera>", "<TriggerMode>0<", "<TriggerMode>1<"));
+    Server& server = start();
+    auto first = lab();
+    first->sendHex("E0 EC 56 54 01 01 01 01");
+    static_cast<void>(overridden(*first));
+    server.lab().setId(5);
+    first->close();
+    ASSERT_TRUE(_log.saw("TarvikLab Server (INFO): Disconnected from TarvikLab."));
+    EXPECT_TRUE(_log.saw("TarvikLab Server (WARNING): Lost connection to TarvikLab. Couldn't read "
+                         "data. Details: Connection reset by peer"));
+    const auto second = lab();
+    event(server, 5);
+    server.lab().setId(6);
+    event(server, 6);
+    EXPECT_EQ(nextId(*second), "60 38 0D F3");
+    EXPECT_EQ(second->receiveHex(4), "00 00 00 00") << "nor does it inherit settings";
+    EXPECT_FALSE(overridden(*second));
+}
+
+TEST_F(TarvikLabServerTest, SendsSignsOfLifeAndLogEntries)
+{
+    test::writeFile(configPath(), configWith("<Camera>", "<TriggerMode>0<", "<TriggerMode>1<"));
+    Server& server = start();
+    const auto peer = lab();
+    ConnectionTester::Tick tick;
+    server.lab().onEvent(tick);
+    EXPECT_EQ(peer->receiveHex(4), "D0 48 0F 04");
+    server.lab().setStreamLog(true);
+    server.setSysTime({});
+    EXPECT_EQ(nextId(*peer), "93 3C 52 F0");
+    EXPECT_EQ(peer->receiveHex(14), "06 00 00 00 53 65 72 76 65 72 00 00 00 00");
+}
+
+TEST_F(TarvikLabServerTest, RefusesAPictureThatIsTooLarge)
+{
+    start();
+    const auto peer = lab();
+    peer->sendHex("3E F3 CF 58 03 01 01 FF FF FF FF"); // 3 x 65535 x 65535
+    EXPECT_TRUE(peer->hungUp());
+    EXPECT_TRUE(_log.saw("TarvikLab Server (WARNING): Lost connection to TarvikLab. Invalid count "
+                         "in <Image size in bytes>: 12884508675. Allowed: 0 to 12582912."));
+    EXPECT_FALSE(overridden(*lab()));
+}
+
+TEST_F(TarvikLabServerTest, LivesOnWithoutAPictureThatDoesNotFit)
+{
+    start();
+    const auto peer = lab();
+    peer->sendHex("3E F3 CF 58 01 00 00 01 00 01 00 FF"); // one pixel
+    const auto refused = [](const std::string& line) {
+        return line.starts_with("Camera (WARNING): Could not override image source: ");
+    };
+    EXPECT_TRUE(test::eventually([&] {
+        const auto lines = _log.lines();
+        return std::any_of(lines.begin(), lines.end(), refused);
+    }));
+    EXPECT_FALSE(overridden(*peer));
+}
+
+} // namespace
+} // namespace tarvik::com::server
