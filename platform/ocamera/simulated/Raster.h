@@ -2,6 +2,7 @@
 
 #include "ocamera/simulated/Turn.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -19,7 +20,7 @@ struct Mask
     [[nodiscard]] int at(int x, int y) const
     {
         const bool inside = x >= 0 && y >= 0 && x < width && y < height;
-        return inside ? coverage[static_cast<std::size_t>(y * width + x)] : 0;
+        return inside ? *(coverage.data() + std::ptrdiff_t{y} * width + x) : 0;
     }
 };
 

@@ -68,6 +68,11 @@ std::uint8_t clampedToByte(std::int32_t value)
     return static_cast<std::uint8_t>(std::clamp(value, 0, 255));
 }
 
+ScenePart partInTheMiddle(Kind kind, std::uint16_t rotation, int width, int height)
+{
+    return {kind, width * 128, height * 128, rotation, false, false};
+}
+
 } // namespace
 
 struct Scene::Palette
@@ -121,7 +126,7 @@ std::vector<ScenePart> Scene::parts(std::uint32_t frame, int width, int height) 
     };
     const bool small = _options.parts > SceneOptions::MAX_LARGE_PARTS;
     std::vector<ScenePart> visible;
-    const std::int32_t viewHeight =
+    const auto viewHeight =
         static_cast<std::int32_t>(std::int64_t{height} * 256 * VIEW_WIDTH / width);
     for (ScenePart part : Layout(_options, viewHeight).parts(frame)) {
         part.x = toPixels(part.x);
@@ -149,11 +154,6 @@ std::vector<ScenePart> Scene::parts(std::uint32_t frame, int width, int height) 
         visible.push_back(part);
     }
     return visible;
-}
-
-ScenePart Scene::partInTheMiddle(Kind kind, std::uint16_t rotation, int width, int height) const
-{
-    return {kind, width * 128, height * 128, rotation, false, false};
 }
 
 void Scene::greyPartAlone(Kind kind, std::uint16_t rotation, int width, int height,
@@ -265,9 +265,9 @@ void Scene::drawShadow(const Mask& mask, std::size_t channels,
     const int offset = std::max(4 * _width / VIEW_WIDTH, 1);
     for (int y = 0; y < std::min(mask.height, _height - mask.top - offset); ++y) {
         const int lastX = std::min(mask.width, _width - mask.left - offset);
-        std::size_t i =
-            static_cast<std::size_t>((mask.top + y + offset) * _width + mask.left + offset);
-        const std::uint8_t* coverage = mask.coverage.data() + y * mask.width;
+        auto i = static_cast<std::size_t>(std::ptrdiff_t{mask.top + y + offset} * _width +
+                                          mask.left + offset);
+        const std::uint8_t* coverage = mask.coverage.data() + std::ptrdiff_t{y} * mask.width;
         for (int x = 0; x < lastX; ++x, ++i) {
             const int kept = 256 - coverage[x] * 110 / 256; // the shadow takes up to two fifths
             for (std::size_t c = 0; c < channels; ++c) {
@@ -283,7 +283,7 @@ void Scene::drawPart(const Mask& mask, std::span<const std::int32_t> colour,
 {
     const int bevel = std::max(2 * _width / VIEW_WIDTH, 1);
     for (int y = 0; y < mask.height; ++y) {
-        std::size_t i = static_cast<std::size_t>((mask.top + y) * _width + mask.left);
+        auto i = static_cast<std::size_t>(std::ptrdiff_t{mask.top + y} * _width + mask.left);
         for (int x = 0; x < mask.width; ++x, ++i) {
             const int covered = mask.at(x, y);
             if (covered == 0) {

@@ -81,8 +81,6 @@ private:
     void addNoise(std::uint32_t frame, std::size_t channels, std::span<std::uint8_t> picture) const;
     void fillMask(const ScenePart& part, Mask& mask);
     void light(int width, int height);
-    [[nodiscard]] ScenePart partInTheMiddle(Kind kind, std::uint16_t rotation, int width,
-                                            int height) const;
 
     SceneOptions _options;
     std::vector<std::int8_t> _noise;  ///< drawn from at changing offsets

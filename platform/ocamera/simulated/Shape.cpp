@@ -80,6 +80,9 @@ Point outlineCentroid(const Contour& outline)
         sum += edge;
         previous = p;
     }
+    if (sum == 0) {
+        return outline.front();
+    }
     return {static_cast<std::int32_t>(sumX / (2 * sum)),
             static_cast<std::int32_t>(sumY / (2 * sum))};
 }

@@ -49,12 +49,12 @@ struct Shape
 /// Two parts that touch: how the second lies in relation to the first.
 struct TouchingPair
 {
-    Kind first;
-    Kind second;
-    std::uint16_t secondRotation;
+    Kind first{};
+    Kind second{};
+    std::uint16_t secondRotation = 0;
     Point firstOffset;  ///< origin of the first part from the middle of the pair, 1/256 unit
     Point secondOffset; ///< origin of the second part from there
-    std::int32_t radius;
+    std::int32_t radius = 0;
 };
 
 /// A bracket whose elbow pokes into the long side of a plate, so that they hang together by a

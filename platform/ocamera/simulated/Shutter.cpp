@@ -63,9 +63,9 @@ void Shutter::connectTrigger(const std::filesystem::path& pipe)
              ". Make one with: mkfifo " + pipe.string() + ". No pulse will come.");
 }
 
-void Shutter::dropPulses()
+void Shutter::dropPulses() const
 {
-    std::array<char, 4096> pulses;
+    std::array<char, 4096> pulses{};
     while (_pulses >= 0 && read(_pulses, pulses.data(), pulses.size()) > 0) {
     }
 }

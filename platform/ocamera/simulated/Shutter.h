@@ -31,7 +31,7 @@ public:
     void connectTrigger(const std::filesystem::path& pipe);
 
     /// Forgets the pulses that have come and were not waited for.
-    void dropPulses();
+    void dropPulses() const;
 
     /// Waits until the steady rate allows the next image. 0, -ETIME or -EINTR.
     [[nodiscard]] int waitForRate(std::chrono::microseconds timeout);

@@ -6,7 +6,8 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <new>
+#include <optional>
+#include <string>
 #include <system_error>
 
 namespace OCamera {
@@ -54,7 +55,6 @@ constexpr std::size_t MAX_FRAME_MEMORY = std::size_t{64} << 20;
 constexpr std::size_t IMAGE_RAM = std::size_t{4} << 20;
 constexpr std::uint32_t MAX_MICROSECONDS = 10'000'000;
 constexpr std::uintptr_t RAM_ALIGNMENT = 32;
-constexpr std::uint32_t NEIGHBOURHOOD_MODE = 2;
 
 std::string braced(const BinarizationParameters& p)
 {
@@ -113,7 +113,6 @@ int SimulatedCamera::Open(std::size_t frameMemory)
     for (Frame& frame : _frames) {
         frame.memory.resize((_sensor.pixels() + sizeof(Line) - 1) / sizeof(Line));
     }
-    _scratch.resize(_sensor.pixels());
     _shutter.setRate(settings.framesPerSecond);
     _shutter.connectTrigger(settings.trigger);
     _pictures = std::move(pictures);
@@ -253,9 +252,9 @@ int SimulatedCamera::GetImage(FrameHandle* frame)
         if (!exposeSensor(picture)) {
             return -EIO;
         }
-        convert(picture, size);
+        _setup.fpga.convert(picture, size.width, size.height);
     }
-    filter(picture, size);
+    _setup.fpga.filter(picture, size.width, size.height);
     free->held = true;
     frame->pixels = free->pixels();
     frame->number = _setup.imagesTaken;
@@ -324,70 +323,34 @@ int SimulatedCamera::SetupImageCorrection(bool on, eCorrection correction, std::
 
 int SimulatedCamera::SetFilter(eFilter filter, const void* parameters)
 {
-    NeighbourhoodParameters neighbourhood{};
-    const bool hasRecord = filter == FILTER_NEIGHBOURHOOD && parameters != nullptr;
-    if (hasRecord) {
-        std::memcpy(&neighbourhood, parameters, sizeof neighbourhood);
+    // Only one filter has a record; for the others any address is one too many.
+    std::optional<NeighbourhoodParameters> record;
+    if (parameters != nullptr) {
+        record.emplace();
+        if (filter == FILTER_NEIGHBOURHOOD) {
+            std::memcpy(&*record, parameters, sizeof *record);
+        }
     }
-    OPERATION(SetFilter, filter, hasRecord ? braced(neighbourhood) : text(0))
-    switch (filter) {
-    case FILTER_OFF:
-    case FILTER_BINARIZE_ONLY:
-        if (parameters != nullptr) {
-            return -EINVAL;
-        }
-        break;
-    case FILTER_NEIGHBOURHOOD:
-        if (!neighbourhoodDesignLoaded()) {
-            return -ENXIO;
-        }
-        if (!hasRecord || neighbourhood.mode != NEIGHBOURHOOD_MODE) {
-            return -EINVAL;
-        }
-        _setup.neighbourhood = neighbourhood;
-        break;
-    default:
-        return -EINVAL;
-    }
-    _setup.filter = filter;
-    return 0;
+    OPERATION(SetFilter, filter, record ? braced(*record) : text(0))
+    return _setup.fpga.setFilter(filter, record ? &*record : nullptr);
 }
 
 int SimulatedCamera::SetBinarization(bool on, const BinarizationParameters* parameters)
 {
-    const bool hasParameters = on && parameters != nullptr;
-    OPERATION(SetBinarization, on, hasParameters ? braced(*parameters) : text(0))
-    if (!on) {
-        _setup.binarization.reset();
-        return 0;
-    }
-    if (!hasParameters || parameters->mode != BINARIZATION_WINDOW || parameters->invert > 1) {
-        return -EINVAL;
-    }
-    _setup.binarization = *parameters;
-    return 0;
+    OPERATION(SetBinarization, on, parameters != nullptr ? braced(*parameters) : text(0))
+    return _setup.fpga.setBinarization(on, parameters);
 }
 
 int SimulatedCamera::InitColor()
 {
     OPERATION(InitColor)
-    _setup.converter = {true, BAYER_OUTPUT_RAW, BAYER_PATTERN_GRGR};
-    return 0;
+    return _setup.fpga.initColor();
 }
 
 int SimulatedCamera::SetBayer2X(eBayerOutput output, eBayerPattern pattern)
 {
     OPERATION(SetBayer2X, output, pattern)
-    if (!_setup.converter.present) {
-        return -ENXIO;
-    }
-    if (output < BAYER_OUTPUT_RAW || output > BAYER_OUTPUT_I || pattern < BAYER_PATTERN_GRGR ||
-        pattern > BAYER_PATTERN_GBGB) {
-        return -EINVAL;
-    }
-    _setup.converter.output = output;
-    _setup.converter.pattern = pattern;
-    return 0;
+    return _setup.fpga.setBayer(output, pattern);
 }
 
 int SimulatedCamera::GetImageToImageRAM(std::uint32_t offset)
@@ -429,8 +392,8 @@ int SimulatedCamera::ReadImageRAM(void* buffer, std::uint32_t offset, std::uint3
     }
     const std::span<std::uint8_t> out(static_cast<std::uint8_t*>(buffer), size);
     std::copy_n(_imageRam.data() + offset, size, out.data());
-    convert(out, picture);
-    filter(out, picture);
+    _setup.fpga.convert(out, picture.width, picture.height);
+    _setup.fpga.filter(out, picture.width, picture.height);
     return 0;
 }
 
@@ -500,7 +463,7 @@ bool SimulatedCamera::exposeSensor(std::span<std::uint8_t> picture)
 bool SimulatedCamera::exposeFullSensor(std::span<std::uint8_t> picture)
 {
     const std::uint32_t number = _setup.imagesTaken - 1;
-    if (!_setup.converter.present) {
+    if (!_setup.fpga.colourSensor()) {
         return _pictures->grey(number, picture);
     }
     _rgb.resize(3 * _sensor.pixels());
@@ -509,28 +472,6 @@ bool SimulatedCamera::exposeFullSensor(std::span<std::uint8_t> picture)
     }
     mosaic(_rgb, _sensor.width, _sensor.height, picture);
     return true;
-}
-
-void SimulatedCamera::convert(std::span<std::uint8_t> picture, Size size)
-{
-    const Converter& converter = _setup.converter;
-    if (!converter.present || converter.output == BAYER_OUTPUT_RAW) {
-        return;
-    }
-    const std::span<std::uint8_t> raw = std::span(_scratch).first(picture.size());
-    std::copy(picture.begin(), picture.end(), raw.begin());
-    convertBayer(raw, size.width, size.height, converter.output, converter.pattern, picture);
-}
-
-void SimulatedCamera::filter(std::span<std::uint8_t> picture, Size size)
-{
-    if (_setup.filter == FILTER_BINARIZE_ONLY && _setup.binarization) {
-        threshold(picture, *_setup.binarization, picture);
-    } else if (_setup.filter == FILTER_NEIGHBOURHOOD) {
-        const std::span<std::uint8_t> grey = std::span(_scratch).first(picture.size());
-        std::copy(picture.begin(), picture.end(), grey.begin());
-        neighbours(grey, size.width, size.height, _setup.neighbourhood, picture);
-    }
 }
 
 } // namespace OCamera::simulated

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "ocamera/OCamera.h"
+#include "ocamera/simulated/FpgaStage.h"
 #include "ocamera/simulated/Pictures.h"
 #include "ocamera/simulated/Shutter.h"
 
@@ -9,7 +10,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <optional>
 #include <span>
 #include <vector>
 
@@ -84,13 +84,6 @@ private:
         std::uint32_t offset = 0;
     };
 
-    struct Converter
-    {
-        bool present = false; ///< a colour sensor is in use
-        eBayerOutput output = BAYER_OUTPUT_RAW;
-        eBayerPattern pattern = BAYER_PATTERN_GRGR;
-    };
-
     /// Everything that Close() resets.
     struct Setup
     {
@@ -99,10 +92,7 @@ private:
         eTriggerSource trigger = TRIG_SRC_SOFTWARE;
         std::chrono::microseconds readTimeout{2'000'000};
         Correction correction;
-        Converter converter;
-        eFilter filter = FILTER_OFF;
-        NeighbourhoodParameters neighbourhood{};
-        std::optional<BinarizationParameters> binarization;
+        FpgaStage fpga;
         Size imageRamPicture;
         std::uint32_t imagesTaken = 0;
     };
@@ -132,8 +122,6 @@ private:
     /// The window of what the sensor sees: grey, or a mosaic.
     [[nodiscard]] bool exposeSensor(std::span<std::uint8_t> picture);
     [[nodiscard]] bool exposeFullSensor(std::span<std::uint8_t> picture);
-    void convert(std::span<std::uint8_t> picture, Size size);
-    void filter(std::span<std::uint8_t> picture, Size size);
 
     eCameraType _type;
     Size _sensor;
@@ -142,7 +130,6 @@ private:
     Setup _setup;
     std::vector<Frame> _frames;
     std::vector<std::uint8_t> _imageRam; ///< empty before InitImageRAM()
-    std::vector<std::uint8_t> _scratch;  ///< input of filters that need more than one pixel
     std::vector<std::uint8_t> _rgb;      ///< what lies before a colour sensor
     std::vector<std::uint8_t> _full;     ///< the sensor's picture, when the window is a part of it
 };

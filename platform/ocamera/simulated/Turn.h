@@ -24,7 +24,7 @@ constexpr std::int32_t sine(std::uint16_t turn)
     std::int64_t term = x;
     std::int64_t sum = x;
     for (int n = 2; n <= 10; n += 2) {
-        term = -((term * xx) >> 30) / (n * (n + 1));
+        term = -((term * xx) >> 30) / (std::int64_t{n} * (n + 1));
         sum += term;
     }
     constexpr std::int64_t ONE = std::int64_t{1} << 30;
