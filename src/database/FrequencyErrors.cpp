@@ -3,46 +3,56 @@
 #include "database/Template.h"
 
 #include <array>
-#include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
+#include <span>
 
 namespace tarvik::database {
 
 namespace {
 
 using analysis::FourierDescriptor;
+using Coefficient = Complex<16, 15>;
 
-/// Real and imaginary parts in turn: a compiler sees 16-bit lanes whose squares it adds in pairs.
-using Parts = std::array<std::int16_t, std::size_t{2} * FourierDescriptor::COUNT>;
+/// One half of the frequencies and the centre between them: 8 coefficients, 16 lanes of 16 bits.
+constexpr std::size_t HALF = FourierDescriptor::CENTRE + 1;
+using Lanes = std::array<std::int16_t, 2 * HALF>;
+static_assert(sizeof(Lanes) == HALF * sizeof(Coefficient));
 
-std::uint32_t squaredDifference(std::int16_t a, std::int16_t b)
+std::uint32_t squaredDistance(std::span<const Coefficient, HALF> a,
+                              std::span<const Coefficient, HALF> b)
 {
-    const std::int32_t d = wrapTo<std::int16_t>(a - b);
-    return static_cast<std::uint32_t>(d * d);
+    Lanes lanesOfA;
+    Lanes lanesOfB;
+    std::memcpy(lanesOfA.data(), a.data(), sizeof(Lanes));
+    std::memcpy(lanesOfB.data(), b.data(), sizeof(Lanes));
+    std::uint32_t sum = 0;
+    for (std::size_t i = 0; i < lanesOfA.size(); ++i) {
+        const std::int32_t difference = wrapTo<std::int16_t>(lanesOfA[i] - lanesOfB[i]);
+        sum += static_cast<std::uint32_t>(difference * difference);
+    }
+    return sum;
 }
 
-fp<32, 30> error(const Parts& object, const FourierDescriptor& descriptor)
+/// Two halves without rest for a vector unit: twice as quick as leaving the centre out. It is in
+/// both, and sums that wrap give it back exactly.
+fp<32, 30> error(const FourierDescriptor& object, const FourierDescriptor& taught)
 {
-    const auto taught = std::bit_cast<Parts>(descriptor.frequencies());
-    std::uint32_t sum = 0;
-    for (std::size_t i = 0; i < object.size(); ++i) {
-        sum += squaredDifference(object[i], taught[i]);
-    }
-    // One loop over everything is quicker than one with a hole; sums that wrap take back exactly.
-    constexpr std::size_t CENTRE = std::size_t{2} * FourierDescriptor::CENTRE;
-    sum -= squaredDifference(object[CENTRE], taught[CENTRE]);
-    sum -= squaredDifference(object[CENTRE + 1], taught[CENTRE + 1]);
+    const std::span a(object.frequencies());
+    const std::span b(taught.frequencies());
+    const auto centre =
+        static_cast<std::uint32_t>(squaredNorm(object.centre() - taught.centre()).raw());
+    const std::uint32_t sum = squaredDistance(a.first<HALF>(), b.first<HALF>()) +
+                              squaredDistance(a.last<HALF>(), b.last<HALF>()) - 2 * centre;
     return fp<32, 30>(wrapTo<std::int32_t>(sum));
 }
 
 } // namespace
 
 FrequencyErrors::FrequencyErrors(const FourierDescriptor& object, const Template& t)
-{
-    const auto parts = std::bit_cast<Parts>(object.frequencies());
-    straight = error(parts, t.fourierDescriptor());
-    rotated = error(parts, t.fourierDescriptorRotated());
-}
+    : straight(error(object, t.fourierDescriptor())),
+      rotated(error(object, t.fourierDescriptorRotated()))
+{}
 
 } // namespace tarvik::database

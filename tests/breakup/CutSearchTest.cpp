@@ -132,6 +132,27 @@ TEST(CutSearch, FindsNecksThatDoNotCross)
     }
 }
 
+TEST(CutSearch, FindsTheEndWhereverItLies)
+{
+    for (std::size_t j = 3; j < 47; ++j) {
+        std::vector<char> names(50, '.');
+        names[0] = names[j] = 'a';
+        EXPECT_EQ(search(scattered(names), 5), (Ends{{0, static_cast<int>(j)}}));
+    }
+}
+
+TEST(CutSearch, TakesTheFarthestCornersForFar)
+{
+    // The squared distance of this pair is 2^31, and nothing is near when the limit is 0.
+    std::vector<Point> points(40, Point::fromRaw(-16384, -16384));
+    points[20] = Point::fromRaw(16384, 16384);
+    analysis::Polygon p;
+    p.setPoints(points, true);
+    Cuts cuts;
+    findCuts(p, 0, 0, cuts);
+    EXPECT_EQ(cuts.count(), 0);
+}
+
 TEST(CutSearch, NotesWhereTheCutLies)
 {
     Cuts cuts;
