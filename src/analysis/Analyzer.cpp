@@ -65,6 +65,8 @@ public:
         if (config.performLensCorrection && !correction.isIdentity()) {
             _lensCorrection = correction;
         }
+        // The correction may yet lengthen an outline.
+        extractor.setMinLength(_lensCorrection ? fp<32, 15>::ZERO : config.minPolygonSize);
     }
 
     void run()

@@ -1,4 +1,5 @@
 #include "ReferenceExtractor.h"
+#include "analysis/ContourProperties.h"
 #include "analysis/extraction/chaincode/SoftwarePolygonExtractor.h"
 #include "ocamera/simulated/Scene.h"
 #include "support/Pictures.h"
@@ -131,6 +132,53 @@ TEST(ExtractorProperty, AgreesWithThePlainExtractorOnWidePictures)
             ASSERT_FALSE(testing::Test::HasFailure());
         }
     }
+}
+
+/// Compares with and without the hint; the number of contours that came without points.
+int contoursLeftOut(image::Image picture, fp<16, 15> maxError, fp<32, 15> minLength)
+{
+    image::Image same = picture;
+    SoftwarePolygonExtractor plain;
+    SoftwarePolygonExtractor hinted;
+    hinted.setMinLength(minLength);
+    plain.begin(picture, {}, maxError);
+    hinted.begin(same, {}, maxError);
+    std::array<Point, 1024> points{};
+    std::array<Point, 1024> hintedPoints{};
+    int count = 0;
+    int hintedCount = 0;
+    int leftOut = 0;
+    while (plain.nextPolygon(points, count)) {
+        EXPECT_TRUE(hinted.nextPolygon(hintedPoints, hintedCount));
+        const auto all = std::span(points).first(static_cast<std::size_t>(count));
+        if (hintedCount == 0) {
+            EXPECT_LT(ContourProperties(all).length(), minLength);
+            ++leftOut;
+            continue;
+        }
+        EXPECT_TRUE(std::ranges::equal(
+            all, std::span(hintedPoints).first(static_cast<std::size_t>(hintedCount))));
+    }
+    EXPECT_FALSE(hinted.hasNext());
+    return leftOut;
+}
+
+TEST(ExtractorProperty, LeavesOutOnlyPolygonsThatAreTooShort)
+{
+    std::mt19937 random(23);
+    int leftOut = 0;
+    for (int i = 0; i < 200; ++i) {
+        SCOPED_TRACE(i);
+        const int width = 2 + static_cast<int>(random() % 300);
+        const int height = 2 + static_cast<int>(random() % 60);
+        const fp<32, 15> minLength(static_cast<std::int32_t>(random() % 20000));
+        const double density = static_cast<double>(1 + random() % 8) / 9;
+        leftOut +=
+            contoursLeftOut(test::randomPicture(random, width, height, density),
+                            fp<16, 15>(static_cast<std::int16_t>(randomError(random))), minLength);
+        ASSERT_FALSE(testing::Test::HasFailure());
+    }
+    EXPECT_GT(leftOut, 1000);
 }
 
 TEST(ExtractorProperty, AgreesWithThePlainExtractorOnScenes)

@@ -29,6 +29,10 @@ public:
     virtual void begin(image::Image& image, const ROI& roi, fp<16, 15> maxError) = 0;
     virtual void end() = 0;
 
+    /// A hint that a polygon shorter than this is of no use: nextPolygon() may give no points for
+    /// a contour that cannot reach it. 0, as at the start, asks for every polygon.
+    virtual void setMinLength(fp<32, 15> length) = 0;
+
     /// Traces the current contour into at most points.size() reduced points, absolute and closed,
     /// and goes on to the next. False, and nothing happens, when there is none or no room at all.
     virtual bool nextPolygon(std::span<Complex<16, 14>> points, int& count) = 0;

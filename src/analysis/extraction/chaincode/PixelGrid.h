@@ -43,6 +43,16 @@ public:
         return fp<32, 28>(code % 2 == 0 ? _step : static_cast<std::int32_t>(_diagonal));
     }
 
+    /// No polygon of this many steps of a chain is longer, in fp<32, 15> raw units.
+    ///
+    /// Its sides are not longer than the steps between their ends. Rounding the ends down adds less
+    /// than 2 sqrt(2) to a side, rounding the side less than 1/8, and a diagonal is rounded here by
+    /// less than 1. In pictures more than twice as high as wide, coordinates wrap: no bound.
+    [[nodiscard]] std::int64_t longestPolygon(std::int64_t steps) const
+    {
+        return _halfHeight <= _halfWidth ? steps * ((_diagonal >> 13) + 4) : INT64_MAX;
+    }
+
     static constexpr std::array<int, 8> DX{1, 1, 0, -1, -1, -1, 0, 1};
     static constexpr std::array<int, 8> DY{0, 1, 1, 1, 0, -1, -1, -1};
 

@@ -138,7 +138,7 @@ bool SoftwarePolygonExtractor::nextPolygon(std::span<Complex<16, 14>> points, in
     RunLengthEncoder encoder(builder);
     trace(encoder);
     encoder.finish();
-    count = builder.finish();
+    count = _grid.longestPolygon(builder.steps()) < _minLength.raw() ? 0 : builder.finish();
     return true;
 }
 

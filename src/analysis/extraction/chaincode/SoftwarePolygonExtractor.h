@@ -21,6 +21,9 @@ class SoftwarePolygonExtractor : public ChainCodePolygonExtractor
 public:
     void begin(image::Image& image, const ROI& roi, fp<16, 15> maxError) override;
     void end() override;
+
+    void setMinLength(fp<32, 15> length) override { _minLength = length; }
+
     bool nextPolygon(std::span<Complex<16, 14>> points, int& count) override;
     bool nextPolygon(Complex<16, 14>* centre, fp<32, 15>* length) override;
     bool skipPolygon() override;
@@ -51,6 +54,7 @@ private:
     PixelGrid _grid{2, 2};
     Region _region;
     fp<16, 15> _maxError;
+    fp<32, 15> _minLength;
     image::CompressedBinaryImage _packed;
     ContourStarts _starts;
 

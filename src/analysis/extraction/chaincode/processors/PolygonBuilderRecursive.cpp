@@ -15,7 +15,7 @@ PolygonBuilderRecursive::PolygonBuilderRecursive(const PixelGrid& grid, Complex<
     _points[0] = start;
 }
 
-void PolygonBuilderRecursive::advance(std::uint8_t direction, std::uint16_t length)
+inline void PolygonBuilderRecursive::advance(std::uint8_t direction, std::uint16_t length)
 {
     if (length == 0) {
         return; // the run of an isolated pixel, which has no direction either
@@ -26,14 +26,15 @@ void PolygonBuilderRecursive::advance(std::uint8_t direction, std::uint16_t leng
                                  wrapTo<std::int32_t>(std::int64_t{step.im.raw()} * length));
 }
 
-void PolygonBuilderRecursive::emitPoint()
+inline void PolygonBuilderRecursive::emitPoint()
 {
     at(_count++) = {_current.re.scaleDown<14>(), _current.im.scaleDown<14>()};
 }
 
 /// A straight line on the grid alternates between two neighbouring directions, one of which comes
 /// in runs of about one (Freeman's criteria of straightness).
-bool PolygonBuilderRecursive::formsStraightPiece(std::uint8_t direction, std::uint16_t length) const
+inline bool PolygonBuilderRecursive::formsStraightPiece(std::uint8_t direction,
+                                                        std::uint16_t length) const
 {
     const int difference = std::abs(direction - _pendingDirection);
     const int distance = difference > 4 ? 8 - difference : difference;
@@ -43,6 +44,7 @@ bool PolygonBuilderRecursive::formsStraightPiece(std::uint8_t direction, std::ui
 
 void PolygonBuilderRecursive::add(std::uint8_t direction, std::uint16_t length)
 {
+    _steps += length;
     if (_count >= static_cast<int>(_points.size()) - 1) {
         return;
     }
@@ -74,7 +76,7 @@ int PolygonBuilderRecursive::finish()
 }
 
 /// Whether the squared distance of point k from the chord of its neighbours exceeds the threshold.
-bool PolygonBuilderRecursive::corner(std::int16_t k) const
+inline bool PolygonBuilderRecursive::corner(std::int16_t k) const
 {
     const Complex<16, 14> chord = at(k + 1) - at(k - 1);
     const Complex<16, 14> side = at(k) - at(k - 1);

@@ -21,6 +21,9 @@ public:
     /// Advances by a run. Where the room for points ends, further runs are ignored.
     void add(std::uint8_t direction, std::uint16_t length);
 
+    /// Length of all runs together, those included that found no room.
+    [[nodiscard]] std::int64_t steps() const { return _steps; }
+
     /// Closes the polygon and reduces it; the number of points left.
     [[nodiscard]] int finish();
 
@@ -41,6 +44,7 @@ private:
     const PixelGrid& _grid;
     std::span<Complex<16, 14>> _points;
     int _count = 1;
+    std::int64_t _steps = 0;
     std::int64_t _threshold; ///< half the maximum error, raw
     Complex<32, 28> _current;
     bool _pending = false;
