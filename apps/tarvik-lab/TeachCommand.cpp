@@ -2,6 +2,7 @@
 #include "ExitCode.h"
 #include "LessonText.h"
 #include "TeachOptions.h"
+#include "client/ControlClient.h"
 
 #include <CLI/CLI.hpp>
 #include <memory>
@@ -16,6 +17,10 @@ A picture shows one part alone, in the size of the camera's pictures:
   ID:FILE,grip=XxY,height=H,rotation=D  all but FILE may be left out
 
 Examples:
+  tarvik-lab teach --id 1
+      the part that lies under the sensor now becomes template 1 of the running camera
+  tarvik-lab teach 1:bolt.png 2:nut.png
+      the same from pictures
   tarvik-lab teach --file config.xml 1:bolt.png 2:nut.png,grip=331x240
       makes or extends a configuration file without a camera
   tarvik-lab teach --file config.xml --id 10 --replace parts/*.png
@@ -48,18 +53,30 @@ void addLessonOptions(CLI::App& command, TeachOptions& options)
 void addTeachCommand(CLI::App& app, int& exitCode)
 {
     auto options = std::make_shared<TeachOptions>();
-    CLI::App* const command = app.add_subcommand("teach", "Teach parts, each from one picture");
+    CLI::App* const command =
+        app.add_subcommand("teach", "Teach the camera, or a configuration file, new parts");
     command->footer(FOOTER);
-    command->add_option("--file", options->file, "Teach into this configuration file")
+    options->server.addTo(*command, client::ControlClient::PORT);
+    command->add_option("--lab-port", options->labPort, "The camera's TCP port for pictures")
+        ->capture_default_str();
+    command
+        ->add_option("--file", options->file,
+                     "Teach into this configuration file, not into a running camera")
         ->type_name("CONFIG.XML");
     addLessonOptions(*command, *options);
     command->add_flag("--scale", options->scale, "Bring pictures to the camera's size");
-    command->add_option("PICTURES", options->pictures, "Pictures of one part each")->type_name("");
+    command
+        ->add_option("PICTURES", options->pictures,
+                     "Pictures of one part each; without one, the part under the sensor")
+        ->type_name("");
     command->callback([options, &exitCode] {
-        if (options->pictures.empty()) {
+        if (options->file.empty()) {
+            teachCamera(*options);
+        } else if (options->pictures.empty()) {
             throw UsageException("teach --file needs at least one picture.");
+        } else {
+            teachFile(*options);
         }
-        teachFile(*options);
         exitCode = DONE;
     });
 }

@@ -4,6 +4,7 @@
 #include "core/logging/LogManager.h"
 
 #include <CLI/CLI.hpp>
+#include <csignal>
 #include <exception>
 #include <iostream>
 
@@ -31,11 +32,18 @@ int main(int argc, char** argv)
     // The rooms below write log entries; on a command line they would be noise.
     tarvik::logging::LogManager::globalInstance().setConfig({.logToConsole = false});
 
+    std::signal(SIGPIPE, SIG_IGN); // a peer that has gone is a failed write
+
     int exitCode = DONE;
     CLI::App app(ABOUT, "tarvik-lab");
     app.footer(FOOTER);
     app.require_subcommand(1);
+    addRunCommand(app, exitCode);
+    addWatchCommand(app, exitCode);
     addTeachCommand(app, exitCode);
+    addConfigCommand(app, exitCode);
+    addLogCommand(app, exitCode);
+    addShutdownCommand(app, exitCode);
     try {
         app.parse(argc, argv);
         return exitCode;
