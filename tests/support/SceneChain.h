@@ -66,6 +66,14 @@ public:
         }
     }
 
+    void enableBreakup()
+    {
+        breakup::BreakupConfiguration config;
+        config.setBreakupEnabled(true);
+        config.setMaxCutLength(fp<32, 30>::fromDouble(MAX_CUT_LENGTH));
+        divider.setConfig(config);
+    }
+
     [[nodiscard]] static int templateOf(simulated::Kind kind)
     {
         return 10 + static_cast<int>(kind);

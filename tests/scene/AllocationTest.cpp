@@ -1,0 +1,90 @@
+#include "support/SceneChain.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cstdint>
+#include <cstdlib>
+#include <new>
+
+namespace {
+
+std::atomic<std::uint64_t> allocations{0};
+
+void* counted(std::size_t size)
+{
+    ++allocations;
+    void* const memory = std::malloc(size == 0 ? 1 : size);
+    if (memory == nullptr) {
+        throw std::bad_alloc();
+    }
+    return memory;
+}
+
+} // namespace
+
+// The whole program counts. The sanitizers bring operators of their own, which must stay.
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+
+void* operator new(std::size_t size)
+{
+    return counted(size);
+}
+
+void operator delete(void* memory) noexcept
+{
+    std::free(memory);
+}
+
+void operator delete(void* memory, std::size_t /*size*/) noexcept
+{
+    std::free(memory);
+}
+
+namespace tarvik::test {
+namespace {
+
+/// Allocations of a thousand images after a few to warm up.
+std::uint64_t allocationsOf(int parts)
+{
+    constexpr std::uint32_t WARM_UP = 20;
+    constexpr std::uint32_t IMAGES = 1000;
+    simulated::SceneOptions options;
+    options.parts = parts;
+    options.standing = parts > simulated::SceneOptions::MAX_LARGE_PARTS;
+    simulated::Scene scene(options);
+    SceneChain chain(640, 480);
+    chain.teachAll(scene);
+    chain.enableBreakup();
+    std::uint64_t count = 0;
+    for (std::uint32_t n = 0; n < WARM_UP + IMAGES; ++n) {
+        scene.grey(n, 640, 480, chain.grey().bytes());
+        const std::uint64_t before = allocations;
+        const auto result = chain.process();
+        if (n >= WARM_UP) {
+            count += allocations - before;
+        }
+        if (options.standing) {
+            EXPECT_EQ(result.frame->objectCount(), parts) << "image " << n;
+        }
+    }
+    return count;
+}
+
+TEST(Allocation, CountsAtAll)
+{
+    const std::uint64_t before = allocations;
+    ::operator delete(::operator new(sizeof(int)));
+    EXPECT_EQ(allocations, before + 1);
+}
+
+TEST(Allocation, HappensForNoImage)
+{
+    EXPECT_EQ(allocationsOf(25), 0U) << "25 objects in every image";
+    EXPECT_EQ(allocationsOf(9), 0U) << "pairs that are cut apart";
+}
+
+} // namespace
+} // namespace tarvik::test
+
+#endif
