@@ -58,7 +58,7 @@ struct TouchingPair
 };
 
 /// A bracket whose elbow pokes into the long side of a plate, so that they hang together by a
-/// neck of about 9 units: less than the shortest chord across either part.
+/// neck of about 6 units: less than the shortest chord across either part.
 [[nodiscard]] const TouchingPair& touchingPair();
 
 } // namespace OCamera::simulated
