@@ -78,9 +78,9 @@ const std::vector<std::unique_ptr<Picture>>& pictures()
             for (const auto& [name, draw] : kinds) {
                 const image::Image empty(static_cast<std::uint16_t>(width),
                                          static_cast<std::uint16_t>(height));
-                auto picture = std::make_unique<Picture>(name + " " + std::to_string(width) + "x" +
-                                                             std::to_string(height),
-                                                         empty, empty);
+                auto picture = std::make_unique<Picture>(
+                    Picture{name + " " + std::to_string(width) + "x" + std::to_string(height),
+                            empty, empty});
                 draw(picture->grey);
                 binarize(*picture);
                 result.push_back(std::move(picture));

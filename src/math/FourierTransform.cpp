@@ -140,7 +140,8 @@ public:
     Weights(std::uint32_t total, std::uint32_t quarterLength)
         : _total(total),
           _unit(158 * quarterLength),
-          _shift(31 - std::bit_width(total) + std::bit_width(_unit)),
+          _shift(31 - static_cast<int>(std::bit_width(total)) +
+                 static_cast<int>(std::bit_width(_unit))),
           _reciprocal(static_cast<std::uint32_t>((std::uint64_t{total} << _shift) / _unit))
     {}
 
