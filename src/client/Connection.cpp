@@ -47,7 +47,7 @@ bool makesSense(const Greeting& greeting)
     const auto version = [](int number) { return number >= 0 && number <= MAX_VERSION; };
     const auto side = [](int pixels) { return pixels >= 0 && pixels <= MAX_IMAGE_SIDE; };
     return version(greeting.major) && version(greeting.minor) && version(greeting.patch) &&
-           version(greeting.build) && side(greeting.width) && side(greeting.height);
+           greeting.build >= 0 && side(greeting.width) && side(greeting.height);
 }
 
 int milliseconds(std::chrono::milliseconds time)
