@@ -21,6 +21,7 @@ using testing::HasSubstr;
 using Kind = ClientException::Kind;
 
 constexpr Timeouts SHORT{.connect = std::chrono::milliseconds(2000),
+                         .refused = std::chrono::milliseconds(50),
                          .greeting = std::chrono::milliseconds(200),
                          .response = std::chrono::milliseconds(200)};
 const std::string LOOPBACK = "127.0.0.1";
