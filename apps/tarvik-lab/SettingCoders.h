@@ -5,6 +5,7 @@
 #include "io/serialization/NumberText.h"
 #include "io/serialization/Serializer.h"
 
+#include <array>
 #include <charconv>
 #include <cmath>
 #include <concepts>
@@ -58,17 +59,21 @@ public:
 
     void serialize(bool value) { add(value ? "true" : "false"); }
 
-    /// As many decimals as tell two neighbours of the format apart.
+    /// The fewest decimals that lead back to the same value.
     template <int W, int F>
     void serialize(fp<W, F> value)
     {
-        constexpr int DECIMALS = F * 302 / 1000 + 1;
-        char text[48];
-        const auto end = std::to_chars(text, text + sizeof text, value.toDouble(),
-                                       std::chars_format::fixed, DECIMALS);
-        std::string decimal(text, end.ptr);
-        decimal.erase(decimal.find_last_not_of('0') + 1);
-        add(decimal.back() == '.' ? decimal + "0" : decimal);
+        constexpr double SCALE = static_cast<double>(std::int64_t{1} << F);
+        std::array<char, 48> text{};
+        std::to_chars_result end{};
+        double reread = 0;
+        int decimals = 1;
+        do {
+            end = std::to_chars(text.data(), text.data() + text.size(), value.toDouble(),
+                                std::chars_format::fixed, decimals++);
+            std::from_chars(text.data(), end.ptr, reread);
+        } while (std::round(reread * SCALE) != static_cast<double>(value.raw()));
+        add(std::string(text.data(), end.ptr));
     }
 
     void serializeText(const std::string& text, std::size_t /*maxLength*/) { add(text); }

@@ -21,6 +21,7 @@ ClientException wrongGreeting(const ServerAddress& server)
 ClientException lost(const ServerAddress& server, const std::string& reason)
 {
     return {Kind::Lost, "The connection to " + server.text() + " is lost: " + reason +
+                            (reason.ends_with('.') ? "" : ".") +
                             " The server's log tells its side; then connect again."};
 }
 

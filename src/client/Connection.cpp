@@ -47,7 +47,7 @@ bool makesSense(const Greeting& greeting)
     const auto version = [](int number) { return number >= 0 && number <= MAX_VERSION; };
     const auto side = [](int pixels) { return pixels >= 0 && pixels <= MAX_IMAGE_SIDE; };
     return version(greeting.major) && version(greeting.minor) && version(greeting.patch) &&
-           version(greeting.build) && side(greeting.width) && side(greeting.height);
+           greeting.build >= 0 && side(greeting.width) && side(greeting.height);
 }
 
 int milliseconds(std::chrono::milliseconds time)
@@ -77,6 +77,30 @@ void Connection::connect()
         _failure.reset();
     }
     _closing = false;
+    openPatiently(address);
+    Thread::start();
+    awaitGreeting();
+}
+
+void Connection::openPatiently(const std::string& address)
+{
+    constexpr unsigned int STEP_MS = 25;
+    const auto end = std::chrono::steady_clock::now() + _timeouts.refused;
+    while (true) {
+        try {
+            open(address);
+            return;
+        } catch (const ClientException& e) {
+            if (e.kind() != Kind::Refused || std::chrono::steady_clock::now() >= end) {
+                throw;
+            }
+        }
+        Thread::sleep(STEP_MS);
+    }
+}
+
+void Connection::open(const std::string& address)
+{
     try {
         _channel.open();
         _channel.connect(address.c_str(), _server.port, milliseconds(_timeouts.connect));
@@ -87,8 +111,6 @@ void Connection::connect()
         }
         throw refused(_server, e.formattedError() + ".");
     }
-    Thread::start();
-    awaitGreeting();
 }
 
 void Connection::awaitGreeting()
@@ -99,7 +121,9 @@ void Connection::awaitGreeting()
         const bool ended = _stateChanged.waitFor(
             _stateMutex, _timeouts.greeting,
             [this]() TARVIK_REQUIRES(_stateMutex) { return _greeted || _failure.has_value(); });
-        failure = _failure;
+        if (!_greeted) { // what is lost after the greeting, the next call tells
+            failure = _failure;
+        }
         if (!ended) {
             failure = timedOut(_server, "greeting", _timeouts.greeting);
         }

@@ -19,6 +19,9 @@ namespace tarvik::client {
 struct Timeouts
 {
     std::chrono::milliseconds connect{5000};
+    /// A server that has just lost its client needs a moment before it listens for the next one:
+    /// a refused connection is tried again for this long.
+    std::chrono::milliseconds refused{1500};
     std::chrono::milliseconds greeting{5000};
     std::chrono::milliseconds response{5000};
 };
@@ -106,6 +109,8 @@ private:
         return added;
     }
 
+    void open(const std::string& address);
+    void openPatiently(const std::string& address);
     void run() override;
     void receiveGreeting();
     void awaitGreeting();

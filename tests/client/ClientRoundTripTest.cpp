@@ -1,0 +1,186 @@
+#include "client/ControlClient.h"
+#include "client/LabClient.h"
+#include "database/comparators/AdvancedComparator.h"
+#include "database/comparators/StereoComparator.h"
+#include "lab/Parts.h"
+#include "ocamera/simulated/Faults.h"
+#include "server/Server.h"
+#include "support/Eventually.h"
+#include "support/TemporaryFolder.h"
+
+#include <gtest/gtest.h>
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cstdlib>
+#include <filesystem>
+
+namespace tarvik::client {
+namespace {
+
+using testing::HasSubstr;
+
+/// Both clients against the real server on free ports, with the simulated sensor.
+class ClientRoundTripTest : public testing::Test
+{
+protected:
+    ClientRoundTripTest()
+    {
+        ::setenv("OCAMERA_FPS", "100", 1);
+        OCamera::simulated::resetSimulation();
+        options.directory = folder.path().string();
+        options.bindAddress = "127.0.0.1";
+        options.controlPort = 0;
+        options.labPort = 0;
+        options.udpPort = 0;
+        options.setClock = [this](const timeval& time) {
+            clock = time.tv_sec;
+            return 0;
+        };
+        server = std::make_unique<com::server::Server>(options);
+        server->telnet().setConfig({.port = 0, .timeout = 0});
+        server->start();
+        EXPECT_TRUE(test::eventually(
+            [this] { return server->controlPort() != 0 && server->lab().localPort() != 0; }));
+        control = std::make_unique<ControlClient>("127.0.0.1", server->controlPort());
+        lab = std::make_unique<LabClient>("localhost", server->lab().localPort());
+    }
+
+    ~ClientRoundTripTest() override
+    {
+        control->disconnect();
+        lab->disconnect();
+        server->stop();
+    }
+
+    test::TemporaryFolder folder;
+    com::server::ServerOptions options;
+    std::atomic<std::time_t> clock{0};
+    std::unique_ptr<com::server::Server> server;
+    std::unique_ptr<ControlClient> control;
+    std::unique_ptr<LabClient> lab;
+};
+
+TEST_F(ClientRoundTripTest, SetsAndGetsEveryConfiguration)
+{
+    control->connect();
+    EXPECT_EQ(control->greeting().width, 640);
+
+    auto analyzer = control->analyzerConfig();
+    analyzer.minPolygonSize = fp<32, 15>(2000);
+    analyzer.roi = {1, 2, 300, 200};
+    control->setAnalyzerConfig(analyzer);
+    EXPECT_EQ(control->analyzerConfig(), analyzer);
+
+    auto breakup = control->breakupConfig();
+    breakup.setBreakupEnabled(true);
+    control->setBreakupConfig(breakup);
+    EXPECT_EQ(control->breakupConfig(), breakup);
+
+    auto camera = control->cameraConfig();
+    camera.thresholdLow = 77;
+    control->setCameraConfig(camera);
+    EXPECT_TRUE(test::eventually([&] { return control->cameraConfig() == camera; }));
+
+    database::DatabaseConfiguration database;
+    database.setComparatorImpl(database::ComparatorFactory::instance().find("Outer contours"));
+    control->setDatabaseConfig(database);
+    EXPECT_EQ(control->database().config(), database);
+}
+
+TEST_F(ClientRoundTripTest, ComparatorTravelsAsTheClassInUse)
+{
+    control->connect();
+    database::comparators::AdvancedComparator advanced;
+    advanced.maxError = fp<32, 30>(12345);
+    advanced.compareAngles = true;
+    control->setComparator(advanced);
+    const auto state = control->database();
+    const auto* const stored =
+        dynamic_cast<const database::comparators::AdvancedComparator*>(state.comparator().get());
+    ASSERT_NE(stored, nullptr);
+    EXPECT_TRUE(stored->compareAngles);
+    EXPECT_EQ(stored->maxError, advanced.maxError);
+
+    // Settings of another class: what the two share.
+    database::comparators::StereoComparator stereo;
+    stereo.maxError = fp<32, 30>(777);
+    control->setComparator(stereo);
+    EXPECT_EQ(control->database().comparator()->maxError, stereo.maxError);
+}
+
+TEST_F(ClientRoundTripTest, StreamsResultsAndLogs)
+{
+    std::atomic<int> complete{0};
+    std::atomic<int> entries{0};
+    control->onResult([&](const ControlClient::Result& result) {
+        complete += result->settings.frame && result->settings.originalImage &&
+                            result->originalImage.width() == 640
+                        ? 1
+                        : 0;
+    });
+    control->onLog([&](const ControlClient::LogUpdate& update) {
+        entries += update->logName == "Analysis" ? 1 : 0;
+    });
+    control->connect();
+    control->setStreaming({.originalImage = true, .frame = true});
+    EXPECT_TRUE(test::eventually([&] { return complete > 2; }));
+
+    const auto logs = control->setLogStreaming(true);
+    EXPECT_TRUE(std::ranges::any_of(logs.logs, [](const auto& l) { return l.name == "Server"; }));
+    control->setAnalyzerConfig(control->analyzerConfig());
+    EXPECT_TRUE(test::eventually([&] { return entries > 0; }));
+}
+
+TEST_F(ClientRoundTripTest, ClockSavingAndTheEnd)
+{
+    control->connect();
+    control->testConnection();
+    sys::DateTime time;
+    time.year = 2020;
+    time.month = 5;
+    time.day = 17;
+    control->setSystemTime(time);
+    EXPECT_TRUE(test::eventually([&] { return clock == time.toEpochSeconds(); }));
+    control->sync();
+    EXPECT_TRUE(test::eventually([&] { return std::filesystem::exists(folder / "config.xml"); }));
+    control->shutdown();
+    EXPECT_TRUE(server->stopRequest().wait(20000));
+}
+
+TEST_F(ClientRoundTripTest, LabGetsTheResultOfItsOwnImage)
+{
+    lab->connect();
+    EXPECT_FALSE(lab->sourceOverridden());
+    image::Image one = test::emptyPicture();
+    test::drawFlag(one, {});
+    image::Image two = one;
+    test::drawDisc(two, {150, 120, 0});
+    EXPECT_EQ(lab->analyze(one)->frame.objectCount(), 1);
+    EXPECT_EQ(lab->analyze(two)->frame.objectCount(), 2);
+    EXPECT_TRUE(lab->sourceOverridden());
+    lab->setStreaming({.binarizedImage = true});
+    const auto binary = lab->analyze(one);
+    EXPECT_EQ(binary->binaryImage.width(), 640);
+    EXPECT_FALSE(binary->settings.frame);
+    lab->useSensor();
+    EXPECT_TRUE(test::eventually([&] { return !lab->sourceOverridden(); }));
+}
+
+TEST_F(ClientRoundTripTest, RefusedImageIsToldAndTheNextOneWorks)
+{
+    lab->connect();
+    try {
+        static_cast<void>(lab->analyze(test::emptyPicture(320, 240)));
+        FAIL() << "not refused";
+    } catch (const ClientException& e) {
+        EXPECT_EQ(e.kind(), ClientException::Kind::ImageRefused);
+        EXPECT_THAT(e.what(), HasSubstr("Image has wrong dimension: 320x240 (expected: 640x480)."));
+    }
+    EXPECT_EQ(lab->analyze(test::emptyPicture())->frame.objectCount(), 0);
+}
+
+} // namespace
+} // namespace tarvik::client
