@@ -143,7 +143,7 @@ TEST(Corpus, GivesTheSameIntegersOnEveryMachine)
         addScene(c, digest);
     }
     addNoise(digest);
-    EXPECT_EQ(digest.value(), 0U);
+    EXPECT_EQ(digest.value(), 737960997157160907U);
 }
 
 } // namespace

@@ -141,7 +141,7 @@ TEST(SceneRecognition, FindsEveryTaughtPartInFullView)
         EXPECT_GT(tally.touching, 0) << "no pair was cut apart";
         EXPECT_EQ(tally.accepted, 0) << "an untaught part was taken for a taught one";
         EXPECT_LT(tally.worstAngle, 2.0);
-        EXPECT_LT(tally.worstOffset, 2.0);
+        EXPECT_LT(tally.worstOffset, 2.0 * size.width / 640);
     }
 }
 

@@ -24,9 +24,10 @@ class SceneChain : private util::Listener<breakup::FrameProcessedEvent>
 public:
     using Result = breakup::FrameProcessedEvent;
 
-    /// Vertices survive from 0.9 pixels off the chord on, of a picture 640 pixels wide: rotations
-    /// come out within 2 degrees.
-    static constexpr fp<16, 15> MAX_POLYGON_ERROR{4096};
+    /// Vertices survive from 1.006 pixels off the chord on, of a picture 640 pixels wide. That is
+    /// small enough for rotations within 2 degrees, and yet the steps of one pixel along an edge
+    /// vanish: crowded near a neck they would attract cuts that are in the way of the right one.
+    static constexpr fp<16, 15> MAX_POLYGON_ERROR{5300};
     /// The neck between touching parts is shorter: 9.6 pixels of 640.
     static constexpr double MAX_CUT_LENGTH = 0.03;
     /// Edges along the pixel grid would lie.

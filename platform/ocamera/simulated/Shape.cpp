@@ -104,24 +104,24 @@ Shape centred(std::string_view name, Colour colour, std::vector<Contour> contour
 Shape tabWasher()
 {
     Contour outline;
-    appendArc(outline, 0, 0, 432, 217, 3600 - 217, 30); // the tab is 23 units wide
-    outline.push_back(drawn(640, -160));
-    outline.push_back(drawn(640, 160));
+    appendArc(outline, 0, 0, 416, 226, 3600 - 226, 30); // the tab is 23 units wide
+    outline.push_back(drawn(720, -160));
+    outline.push_back(drawn(720, 160));
     return centred("tab-washer", {255, 214, 96}, {outline, circle(0, 0, 192)});
 }
 
 Shape plate()
 {
     return centred("plate", {150, 208, 255},
-                   {polygon({{-544, -368}, {544, -368}, {544, 176}, {352, 368}, {-544, 368}}),
-                    circle(-336, -168, 104), circle(320, -144, 104), circle(-96, 144, 128)});
+                   {polygon({{-592, -304}, {592, -304}, {592, 112}, {400, 304}, {-592, 304}}),
+                    circle(-384, -128, 104), circle(344, -112, 104), circle(-96, 112, 128)});
 }
 
 Shape bracket()
 {
     return centred("bracket", {142, 246, 142},
-                   {polygon({{0, 0}, {960, 0}, {960, 352}, {352, 352}, {352, 704}, {0, 704}}),
-                    circle(760, 176, 100)});
+                   {polygon({{0, 0}, {1040, 0}, {1040, 304}, {304, 304}, {304, 640}, {0, 640}}),
+                    circle(832, 152, 92)});
 }
 
 Shape gear()
@@ -185,7 +185,7 @@ const Shape& shapeOf(Kind kind)
 const TouchingPair& touchingPair()
 {
     static const TouchingPair PAIR = [] {
-        constexpr std::int32_t DEPTH = 3 * FRACTION; // of the elbow inside the plate
+        constexpr std::int32_t DEPTH = 13 * FRACTION / 4; // of the elbow inside the plate
         TouchingPair pair{Kind::Plate, Kind::Bracket, degrees(3600 - 1350), {}, {}, 0};
         const Shape& plate = shapeOf(pair.first);
         const Shape& bracket = shapeOf(pair.second);
