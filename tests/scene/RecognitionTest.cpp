@@ -89,15 +89,13 @@ bool nearBorder(const SceneChain::Result& result, const ScenePart& part, int wid
     return part.clipped || (index && result.frame->object(*index).clipped());
 }
 
-Tally recognise(int width, int height, std::uint32_t images)
+Tally recognise(int width, int height, std::uint32_t images, bool throughColourSensor)
 {
     simulated::Scene scene;
     SceneChain chain(width, height);
     chain.teachAll(scene);
-    breakup::BreakupConfiguration breakup;
-    breakup.setBreakupEnabled(true);
-    breakup.setMaxCutLength(fp<32, 30>::fromDouble(SceneChain::MAX_CUT_LENGTH));
-    chain.divider.setConfig(breakup);
+    chain.throughColourSensor = throughColourSensor;
+    chain.enableBreakup();
     Tally tally;
     for (std::uint32_t n = 0; n < images; ++n) {
         const auto result = chain.process(scene, n);
@@ -130,11 +128,16 @@ TEST(SceneRecognition, FindsEveryTaughtPartInFullView)
         int width;
         int height;
         std::uint32_t images;
+        bool throughColourSensor;
     };
 
-    for (const Size& size :
-         {Size{640, 480, IMAGES}, Size{752, 480, IMAGES / 5}, Size{1280, 1024, IMAGES / 5}}) {
-        const Tally tally = recognise(size.width, size.height, size.images);
+    constexpr Size sizes[] = {{640, 480, IMAGES, true},
+                              {640, 480, IMAGES / 2, false},
+                              {752, 480, IMAGES / 5, false},
+                              {1280, 1024, IMAGES / 5, false}};
+    for (const Size& size : sizes) {
+        const Tally tally =
+            recognise(size.width, size.height, size.images, size.throughColourSensor);
         EXPECT_GT(tally.parts, static_cast<int>(size.images) * 3);
         EXPECT_EQ(tally.found, tally.parts);
         EXPECT_EQ(tally.mistaken, 0);

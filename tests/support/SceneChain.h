@@ -13,6 +13,7 @@
 #include <cstdint>
 #include <functional>
 #include <stdexcept>
+#include <vector>
 
 namespace tarvik::test {
 
@@ -83,7 +84,11 @@ public:
     /// Valid until the next picture.
     Result process(simulated::Scene& scene, std::uint32_t frame)
     {
-        scene.grey(frame, _grey.width(), _grey.height(), _grey.bytes());
+        if (throughColourSensor) {
+            drawIntensity(scene, frame);
+        } else {
+            scene.grey(frame, _grey.width(), _grey.height(), _grey.bytes());
+        }
         return process();
     }
 
@@ -109,10 +114,23 @@ public:
     analysis::Analyzer analyzer;
     database::Database database;
     breakup::PolygonDivider divider;
+    /// Pictures are the intensity of the colour scene, as the default camera model sees it.
+    bool throughColourSensor = false;
 
 private:
+    void drawIntensity(simulated::Scene& scene, std::uint32_t frame)
+    {
+        _rgb.resize(3 * _grey.pixelCount());
+        scene.rgb(frame, _grey.width(), _grey.height(), _rgb);
+        for (std::size_t i = 0; i < _grey.pixelCount(); ++i) {
+            const int sum = _rgb[3 * i] + 2 * _rgb[3 * i + 1] + _rgb[3 * i + 2];
+            _grey.bytes()[i] = static_cast<std::uint8_t>((sum + 2) / 4);
+        }
+    }
+
     void onEvent(breakup::FrameProcessedEvent& event) override { _result = event; }
 
+    std::vector<std::uint8_t> _rgb;
     image::Image _grey;
     image::Image _binary;
     Result _result;

@@ -107,19 +107,19 @@ Shape tabWasher()
     appendArc(outline, 0, 0, 416, 226, 3600 - 226, 30); // the tab is 23 units wide
     outline.push_back(drawn(720, -160));
     outline.push_back(drawn(720, 160));
-    return centred("tab-washer", {255, 214, 96}, {outline, circle(0, 0, 192)});
+    return centred("tab-washer", {255, 240, 97}, {outline, circle(0, 0, 192)});
 }
 
 Shape plate()
 {
-    return centred("plate", {150, 208, 255},
+    return centred("plate", {151, 213, 255},
                    {polygon({{-592, -304}, {592, -304}, {592, 112}, {400, 304}, {-592, 304}}),
                     circle(-384, -128, 104), circle(344, -112, 104), circle(-96, 112, 128)});
 }
 
 Shape bracket()
 {
-    return centred("bracket", {142, 246, 142},
+    return centred("bracket", {162, 254, 162},
                    {polygon({{0, 0}, {1040, 0}, {1040, 304}, {304, 304}, {304, 640}, {0, 640}}),
                     circle(832, 152, 92)});
 }
@@ -140,7 +140,7 @@ Shape gear()
     appendArc(outline, 0, 0, 432, 1940, 2020, 1);
     appendArc(outline, 0, 0, 432, 3140, 3380, 3); // a straight line leads here
     outline.pop_back();
-    return centred("gear", {255, 176, 232}, {outline, circle(0, 0, 160)});
+    return centred("gear", {250, 175, 232}, {outline, circle(0, 0, 160)});
 }
 
 Shape key()
@@ -150,7 +150,7 @@ Shape key()
     for (const Point p : {Point{624, -144}, {624, 352}, {336, 352}, {336, 144}}) {
         outline.push_back(drawn(p.x, p.y));
     }
-    return centred("key", {120, 238, 238}, {outline, circle(-304, 0, 152)});
+    return centred("key", {118, 238, 238}, {outline, circle(-304, 0, 152)});
 }
 
 Shape cam()
@@ -158,12 +158,12 @@ Shape cam()
     Contour outline; // two circles and their common tangents
     appendArc(outline, -224, 0, 352, 748, 3600 - 748, 20);
     appendArc(outline, 448, 0, 176, -748, 748, 10);
-    return centred("cam", {255, 184, 150}, {outline, circle(-240, 0, 160), circle(440, 0, 96)});
+    return centred("cam", {255, 205, 167}, {outline, circle(-240, 0, 160), circle(440, 0, 96)});
 }
 
 Shape shard()
 {
-    return centred("shard", {206, 204, 190},
+    return centred("shard", {210, 209, 204},
                    {polygon({{-480, -192},
                              {-128, -480},
                              {416, -320},

@@ -25,6 +25,7 @@ enum class Kind : std::uint8_t
 constexpr std::array<Kind, 7> KINDS{Kind::TabWasher, Kind::Plate, Kind::Bracket, Kind::Gear,
                                     Kind::Key,       Kind::Cam,   Kind::Shard};
 
+/// All kinds have the same intensity, (R + 2 G + B) / 4 = 208, and look alike to a grey sensor.
 struct Colour
 {
     std::uint8_t red;
