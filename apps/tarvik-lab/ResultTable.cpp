@@ -71,8 +71,8 @@ const std::vector<Column>& columns()
          [](const Row& r) {
              return r.known() ? format("%8d", r.matching.templateID) : std::string("       ?");
          }},
-        {"X", 9, [](const Row& r) { return format("%9.4f", r.matching.position.re.toDouble()); }},
-        {"Y", 9, [](const Row& r) { return format("%9.4f", r.matching.position.im.toDouble()); }},
+        {"X", 8, [](const Row& r) { return format("%8.4f", r.matching.position.re.toDouble()); }},
+        {"Y", 8, [](const Row& r) { return format("%8.4f", r.matching.position.im.toDouble()); }},
         {"ROTATION", 9,
          [](const Row& r) {
              return format("%8.1f", r.matching.rotation.toDouble() * RAD_TO_DEG) + "°";
@@ -84,8 +84,8 @@ const std::vector<Column>& columns()
                               : std::string(14, ' ');
          }},
         {"HOLES", 5, [](const Row& r) { return format("%5d", r.object.innerContourCount()); }},
-        {"OBJECT", 6, [](const Row& r) { return format("%6d", r.object.id()); }},
         {"", 13, [](const Row& r) { return format("%-13s", note(r.object).c_str()); }},
+        {"OBJECT", 6, [](const Row& r) { return format("%6d", r.object.id()); }},
     };
     return ALL;
 }
@@ -160,16 +160,20 @@ std::string resultPage(const TableHead& head, const com::StreamContents& result,
     const auto known = std::ranges::count_if(all, &Row::known);
     const std::size_t count = columnsThatFit(width);
     std::string page = BOLD + cut(" " + head.camera, width) + RESET + "\n";
-    page +=
-        cut(format(" %.1f images/s   image %ld   %d objects, %d recognised", head.imagesPerSecond,
-                   head.images, static_cast<int>(all.size()), static_cast<int>(known)),
-            width) +
-        "\n";
+    const std::string rate =
+        head.live ? format(" %.1f images/s   image %ld  ", head.imagesPerSecond, head.images) : "";
+    const std::string objects =
+        format(" %d objects, %d recognised", static_cast<int>(all.size()), static_cast<int>(known));
+    page += cut(rate + objects, width) + "\n";
     page += DIM + cut(" " + times(result), width) + RESET + "\n\n" + titles(count);
     for (const Row& row : all) {
         page += tableRow(row, count);
     }
-    return page + "\n" + DIM + cut(" Ctrl-C ends", width) + RESET + "\n";
+    if (!head.live) {
+        return page;
+    }
+    const std::string note = head.note.empty() ? "" : cut(" " + head.note, width) + "\n";
+    return page + "\n" + DIM + note + cut(" Ctrl-C ends", width) + RESET + "\n";
 }
 
 std::string resultLine(long image, const com::StreamContents& result)

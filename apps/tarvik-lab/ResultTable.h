@@ -11,6 +11,8 @@ namespace tarvik::lab {
 struct TableHead
 {
     std::string camera; ///< where it is and what it says of itself
+    bool live = false;  ///< followed by more; else the rest of this is not shown
+    std::string note;   ///< below the table
     long images = 0;    ///< received so far
     double imagesPerSecond = 0;
 };

@@ -36,6 +36,7 @@ struct WatchOptions
     ServerOption server;
     bool once = false;
     long frames = 0; ///< 0: until interrupted
+    std::string note;
 };
 
 /// Images per second, smoothed over about a second.
@@ -86,6 +87,8 @@ public:
         _camera.setStreaming({.frame = true, .matchings = true});
         if (!_options.once && isTerminal(STDOUT_FILENO)) {
             _page = std::make_unique<Page>();
+            _head.live = true;
+            _head.note = _options.note;
         }
         const Clock::time_point start = Clock::now();
         while (!_interrupt.requested() && (_limit == 0 || _head.images < _limit)) {
@@ -140,6 +143,7 @@ void addWatchCommand(CLI::App& app, int& exitCode)
     command->add_option("--frames", options->frames, "So many images; 0 for no end")
         ->check(CLI::NonNegativeNumber)
         ->capture_default_str();
+    command->add_option("--note", options->note, "A line to show below the table");
     command->callback([options, &exitCode] {
         Watch watch(*options);
         watch();
