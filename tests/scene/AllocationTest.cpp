@@ -7,6 +7,9 @@
 #include <cstdlib>
 #include <new>
 
+// The whole program counts. The sanitizers bring operators of their own, which must stay.
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+
 namespace {
 
 std::atomic<std::uint64_t> allocations{0};
@@ -22,9 +25,6 @@ void* counted(std::size_t size)
 }
 
 } // namespace
-
-// The whole program counts. The sanitizers bring operators of their own, which must stay.
-#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
 
 void* operator new(std::size_t size)
 {
