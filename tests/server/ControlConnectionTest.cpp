@@ -9,6 +9,8 @@
 
 #include <gtest/gtest.h>
 
+#include <memory>
+
 namespace tarvik::com::server {
 namespace {
 
@@ -243,9 +245,9 @@ TEST_F(ControlConnectionTest, StreamSettingsWaitForTheImageInProgress)
     Server& server = start();
     const auto peer = desk();
     const image::Image image(4, 2);
-    const analysis::Frame frame;
+    const auto frame = std::make_unique<analysis::Frame>(); // large
     const database::Matchings matchings;
-    breakup::FrameProcessedEvent event{nullptr, &image, &image, &frame, &matchings, -1};
+    breakup::FrameProcessedEvent event{nullptr, &image, &image, frame.get(), &matchings, -1};
 
     peer->sendHex("E0 EC 56 54 01 00 00 00");
     sync(*peer);

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <vector>
 
 namespace tarvik::com::server {
@@ -34,11 +35,11 @@ protected:
 
     static void event(Server& server, std::int8_t sourceId)
     {
-        static const image::Image picture;
-        static const analysis::Frame frame;
-        static const database::Matchings matchings;
-        breakup::FrameProcessedEvent event{nullptr, &picture,   &picture,
-                                           &frame,  &matchings, sourceId};
+        const image::Image picture;
+        const auto frame = std::make_unique<analysis::Frame>(); // large
+        const database::Matchings matchings;
+        breakup::FrameProcessedEvent event{nullptr,     &picture,   &picture,
+                                           frame.get(), &matchings, sourceId};
         server.lab().onEvent(event);
     }
 
