@@ -1,11 +1,13 @@
 #pragma once
 
 #include "core/serialization/Fields.h"
+#include "image/ImageException.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <span>
+#include <string>
 
 namespace tarvik::image {
 
@@ -125,8 +127,9 @@ void Image::serialize(S& s, Self& self)
         std::uint16_t height = 0;
         s& field("Channels", channels) & field("Format", format) & field("ColorSpace", colorSpace) &
             field("Width", width) & field("Height", height);
-        if (channels != 3) {
-            s.checkCount("Channels", channels, 1);
+        if (channels != 1 && channels != 3) {
+            throw ImageException("Images have 1 or 3 channels, not " + std::to_string(channels) +
+                                 ".");
         }
         s.checkCount("Format", format, static_cast<int>(Format::Planar));
         s.checkCount("ColorSpace", colorSpace, static_cast<int>(ColorSpace::HSV));

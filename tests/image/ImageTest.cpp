@@ -1,6 +1,8 @@
 #include "image/Image.h"
 
 #include "image/ImageException.h"
+#include "io/serialization/BinaryDecoder.h"
+#include "io/stream/MemoryInputStream.h"
 #include "support/Thrown.h"
 
 #include <gmock/gmock.h>
@@ -8,6 +10,7 @@
 #include <array>
 #include <cstdint>
 #include <numeric>
+#include <span>
 #include <utility>
 
 namespace tarvik::image {
@@ -95,6 +98,31 @@ TEST(ImageTest, LeavesNothingBehindWhenMoved)
     EXPECT_TRUE(image.empty()); // NOLINT(bugprone-use-after-move): that is the point
     EXPECT_EQ(image.channels(), 1);
     EXPECT_EQ(image.data(), nullptr);
+}
+
+TEST(ImageTest, RefusesDescriptionsItCannotHold)
+{
+    struct Case
+    {
+        const char* what;
+        std::array<std::uint8_t, 7> header; // channels, format, colour space, width, height
+    };
+
+    constexpr Case cases[] = {
+        {"no channel", {0, 0, 0, 2, 0, 2, 0}},
+        {"two channels", {2, 0, 0, 2, 0, 2, 0}},
+        {"unknown format", {3, 3, 2, 2, 0, 2, 0}},
+        {"unknown colour space", {3, 2, 3, 2, 0, 2, 0}},
+        {"more than 12 MB", {3, 2, 2, 0xFF, 0xFF, 0xFF, 0xFF}},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        io::stream::MemoryInputStream in(std::as_bytes(std::span(c.header)));
+        io::serialization::BinaryDecoder decoder(in);
+        Image image(1, 1);
+        EXPECT_THROW(Image::serialize(decoder, image), Exception);
+        EXPECT_EQ(image.byteCount(), 1U) << "the picture that was there stays";
+    }
 }
 
 } // namespace
