@@ -89,9 +89,10 @@ bool nearBorder(const SceneChain::Result& result, const ScenePart& part, int wid
     return part.clipped || (index && result.frame->object(*index).clipped());
 }
 
-Tally recognise(int width, int height, std::uint32_t images, bool throughColourSensor)
+Tally recognise(int width, int height, std::uint32_t images, bool throughColourSensor,
+                const simulated::SceneOptions& options = {})
 {
-    simulated::Scene scene;
+    simulated::Scene scene(options);
     SceneChain chain(width, height);
     chain.teachAll(scene);
     chain.throughColourSensor = throughColourSensor;
@@ -112,12 +113,13 @@ Tally recognise(int width, int height, std::uint32_t images, bool throughColourS
             }
         }
     }
-    std::printf(
-        "%dx%d, %u images: %d of %d parts found (%d of them cut out of a pair), %d mistaken, "
-        "%d missed, untaught: %d rejected, %d accepted; worst rotation %.2f degrees, worst "
-        "position %.2f pixels\n",
-        width, height, images, tally.found, tally.parts, tally.touching, tally.mistaken,
-        tally.missed, tally.rejected, tally.accepted, tally.worstAngle, tally.worstOffset);
+    std::printf("%dx%d, %u images, seed %u: %d of %d parts found (%d of them cut out of a pair), "
+                "%d mistaken, "
+                "%d missed, untaught: %d rejected, %d accepted; worst rotation %.2f degrees, worst "
+                "position %.2f pixels\n",
+                width, height, images, options.seed, tally.found, tally.parts, tally.touching,
+                tally.mistaken, tally.missed, tally.rejected, tally.accepted, tally.worstAngle,
+                tally.worstOffset);
     return tally;
 }
 
@@ -146,6 +148,28 @@ TEST(SceneRecognition, FindsEveryTaughtPartInFullView)
         EXPECT_LT(tally.worstAngle, 2.0);
         EXPECT_LT(tally.worstOffset, 2.0 * size.width / 640);
     }
+}
+
+TEST(SceneRecognition, FindsThemOnOtherBelts)
+{
+    for (const std::uint32_t seed : {2U, 3U, 4U, 5U}) {
+        const Tally tally = recognise(640, 480, IMAGES / 5, false, {.seed = seed});
+        EXPECT_EQ(tally.found, tally.parts);
+        EXPECT_GT(tally.touching, 0) << "no pair was cut apart";
+        EXPECT_EQ(tally.accepted, 0) << "an untaught part was taken for a taught one";
+    }
+}
+
+// As many as an image has room for: on a moving belt the clipped ones would take the last places.
+TEST(SceneRecognition, FindsTwentyFiveSmallParts)
+{
+    constexpr int PARTS = simulated::SceneOptions::MAX_PARTS;
+    const std::uint32_t images = IMAGES / 10;
+    const Tally tally = recognise(640, 480, images, false, {.parts = PARTS, .standing = true});
+    EXPECT_EQ(tally.parts + tally.rejected + tally.accepted, PARTS * static_cast<int>(images));
+    EXPECT_EQ(tally.found, tally.parts);
+    EXPECT_EQ(tally.accepted, 0) << "an untaught part was taken for a taught one";
+    EXPECT_LT(tally.worstAngle, 3.0) << "three quarters of the size";
 }
 
 } // namespace

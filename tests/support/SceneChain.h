@@ -25,10 +25,6 @@ class SceneChain : private util::Listener<breakup::FrameProcessedEvent>
 public:
     using Result = breakup::FrameProcessedEvent;
 
-    /// Vertices survive from 1.006 pixels off the chord on, of a picture 640 pixels wide. That is
-    /// small enough for rotations within 2 degrees, and yet the steps of one pixel along an edge
-    /// vanish: crowded near a neck they would attract cuts that are in the way of the right one.
-    static constexpr fp<16, 15> MAX_POLYGON_ERROR{5300};
     /// The neck between touching parts is shorter: 9.6 pixels of 640.
     static constexpr double MAX_CUT_LENGTH = 0.03;
     /// Edges along the pixel grid would lie.
@@ -39,7 +35,7 @@ public:
           _binary(static_cast<std::uint16_t>(width), static_cast<std::uint16_t>(height))
     {
         auto config = analyzer.config();
-        config.maxPolygonError = MAX_POLYGON_ERROR;
+        config.maxPolygonError = maxPolygonErrorFor(width);
         analyzer.setConfig(config);
         divider.util::Observable<breakup::ReAnalyzeEvent>::addListener(&analyzer);
         database.util::Observable<database::ComparatorNotificationEvent>::addListener(&analyzer);
@@ -74,6 +70,16 @@ public:
         config.setBreakupEnabled(true);
         config.setMaxCutLength(fp<32, 30>::fromDouble(MAX_CUT_LENGTH));
         divider.setConfig(config);
+    }
+
+    /// Vertices survive from just over one pixel off the chord on. That is small enough for
+    /// rotations within 2 degrees, and yet the steps of one pixel along an edge vanish: crowded
+    /// near a neck they would attract cuts that are in the way of the right one. A pixel is
+    /// 32768 / width raw units of fp<16, 14>, and a step is rounded up at times.
+    [[nodiscard]] static fp<16, 15> maxPolygonErrorFor(int width)
+    {
+        const int step = (32768 + width - 1) / width;
+        return fp<16, 15>(static_cast<std::int16_t>(2 * step * step));
     }
 
     [[nodiscard]] static int templateOf(simulated::Kind kind)
