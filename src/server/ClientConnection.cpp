@@ -2,8 +2,9 @@
 
 #include "core/Version.h"
 #include "core/logging/LogManager.h"
+#include "io/net/SocketException.h"
 
-#include <exception>
+#include <cerrno>
 #include <utility>
 
 namespace tarvik::com::server {
@@ -43,6 +44,13 @@ bool ClientConnection::acceptClient(int imageWidth, int imageHeight)
     _lastId = _lastId + 1 != NOBODY ? _lastId + 1 : 1;
     _current = _lastId;
     return true;
+}
+
+bool ClientConnection::isClientGone(const std::exception& failure)
+{
+    const auto* const socket = dynamic_cast<const io::net::SocketException*>(&failure);
+    return socket != nullptr &&
+           (socket->getErrorCode() == ECONNRESET || socket->getErrorCode() == EPIPE);
 }
 
 std::vector<LogUpdateContents> ClientConnection::takeLogUpdates()

@@ -8,6 +8,7 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <exception>
 #include <memory>
 #include <string>
 #include <vector>
@@ -44,6 +45,9 @@ public:
     void awaitClient(const char* address, std::uint16_t port, const std::atomic<bool>& running);
     /// Accepts and greets the client; returns at once. False when it has gone already.
     [[nodiscard]] bool acceptClient(int imageWidth, int imageHeight);
+    /// Whether accepting has failed because the client left before it was greeted. Unlike other
+    /// failures this one says nothing about the next attempt, which need not wait.
+    [[nodiscard]] static bool isClientGone(const std::exception& failure);
 
     /// Waits for a message to begin (true), or for something to be sent (false).
     [[nodiscard]] bool waitForMessage() { return _channel.waitForMessage(_attention); }

@@ -76,7 +76,9 @@ void Server::connect()
             _lastConnectFailure = e.what();
             log(LogLevel::Warning, "Error while connecting to TarvikDesk: " + _lastConnectFailure);
         }
-        static_cast<void>(_stop.wait(FAILURE_PAUSE_MS));
+        if (!ClientConnection::isClientGone(e)) {
+            static_cast<void>(_stop.wait(FAILURE_PAUSE_MS));
+        }
         return;
     }
     log(LogLevel::Info, "Connected to TarvikDesk.");

@@ -167,7 +167,9 @@ void TarvikLabServer::connect()
             _lastFailure = e.what();
             log(LogLevel::Warning, "Error while connecting to TarvikLab: " + _lastFailure);
         }
-        static_cast<void>(_stop.wait(FAILURE_PAUSE_MS));
+        if (!ClientConnection::isClientGone(e)) {
+            static_cast<void>(_stop.wait(FAILURE_PAUSE_MS));
+        }
         return;
     }
     log(LogLevel::Info, "Connected to TarvikLab.");
