@@ -14,6 +14,9 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
 #include <cstdlib>
 #include <filesystem>
 #include <memory>
@@ -169,6 +172,65 @@ TEST_F(ClientRoundTripTest, LabGetsTheResultOfItsOwnImage)
     EXPECT_FALSE(binary->settings.frame);
     lab->useSensor();
     EXPECT_TRUE(test::eventually([&] { return !lab->sourceOverridden(); }));
+}
+
+/// A picture that carries its number below the threshold in its first pixel, and in where its disc
+/// lies.
+image::Image numberedPicture(int number)
+{
+    image::Image picture = test::emptyPicture();
+    picture.data()[0] = static_cast<std::uint8_t>(number);
+    test::drawDisc(picture, {120.0 + 3 * number, 240, 0});
+    return picture;
+}
+
+/// Whether original and binarized image, frame and matchings are all of one numbered picture.
+bool belongTogether(const com::StreamContents& result)
+{
+    constexpr std::size_t row = std::size_t{240} * 640;
+    const int x = 120 + 3 * result.originalImage.data()[0];
+    const auto isDisc = [&result](int column) {
+        const std::size_t pixel = row + static_cast<std::size_t>(column);
+        return result.originalImage.data()[pixel] == 220 && result.binaryImage.data()[pixel] != 0;
+    };
+    const auto binary = [&result](int column) {
+        return result.binaryImage.data()[row + static_cast<std::size_t>(column)] != 0;
+    };
+    if (!isDisc(x - 38) || !isDisc(x + 38) || binary(x - 42) || binary(x + 42) ||
+        result.frame.objectCount() != 1 || result.matchings.count() != 1) {
+        return false;
+    }
+    const double pixel = 1.0 / 320;
+    const double expected = (x - 320) * pixel;
+    const double inFrame = result.frame.object(0).polygon().position().re.toDouble();
+    const double matched = result.matchings[0].position.re.toDouble();
+    return std::abs(inFrame - expected) < pixel && std::abs(matched - expected) < pixel;
+}
+
+TEST_F(ClientRoundTripTest, PartsOfAStreamBelongToOneImage)
+{
+    const com::StreamingSettings everything{true, true, true, true};
+    std::atomic<int> streamed{0};
+    std::atomic<int> torn{0};
+    control->onResult([&](const ControlClient::Result& result) {
+        // The sensor's own images at the beginning carry no number.
+        if (result->settings == everything && result->originalImage.data()[1] == 40) {
+            ++streamed;
+            torn += belongTogether(*result) ? 0 : 1;
+        }
+    });
+    lab->connect();
+    lab->setStreaming(everything);
+    static_cast<void>(lab->analyze(numberedPicture(0)));
+    control->connect();
+    control->setStreaming(everything);
+    for (int i = 0; i < 128 || streamed < 256; ++i) {
+        const int number = i % 128;
+        const auto result = lab->analyze(numberedPicture(number));
+        ASSERT_EQ(result->originalImage.data()[0], number) << "another picture's result";
+        ASSERT_TRUE(belongTogether(*result)) << number;
+    }
+    EXPECT_EQ(torn, 0) << "of " << streamed;
 }
 
 TEST_F(ClientRoundTripTest, RefusedImageIsToldAndTheNextOneWorks)

@@ -1,164 +1,130 @@
-#include "Peer.h"
-#include "support/Eventually.h"
-#include "support/TemporaryFolder.h"
+#include "Program.h"
 
 #include <gtest/gtest.h>
-
-#include <fcntl.h>
-#include <spawn.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <memory>
-#include <optional>
 #include <string>
 #include <vector>
-
-extern char** environ; // NOLINT(readability-redundant-declaration)
 
 namespace tarvik {
 namespace {
 
 using test::Peer;
+using test::Program;
 
-constexpr std::uint16_t CONTROL = 7453;
-constexpr std::uint16_t LAB = 7454;
-constexpr std::uint16_t TELNET = 9999;
+using Peers = std::vector<std::unique_ptr<Peer>>;
 
-/// The program itself, on a loopback address of its own, so that its fixed ports are free.
-class Program
+/// Connects and reads the greeting.
+Peer& join(const Program& program, Peers& peers, std::uint16_t port, int receiveBuffer = 0)
 {
-public:
-    explicit Program(std::vector<std::string> arguments = {})
-        : _address("127." + std::to_string(1 + ::getpid() / 62500 % 200) + "." +
-                   std::to_string(1 + ::getpid() / 250 % 250) + "." +
-                   std::to_string(1 + ::getpid() % 250))
-    {
-        arguments.insert(arguments.begin(), {TARVIK_SERVER, "--bind", _address, "--directory",
-                                             _folder.path().string()});
-        std::vector<char*> argv;
-        for (std::string& argument : arguments) {
-            argv.push_back(argument.data());
-        }
-        argv.push_back(nullptr);
-        posix_spawn_file_actions_t actions{};
-        ::posix_spawn_file_actions_init(&actions);
-        const std::string output = _folder / "output";
-        ::posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, output.c_str(),
-                                           O_WRONLY | O_CREAT | O_APPEND, 0600);
-        EXPECT_EQ(::posix_spawn(&_pid, TARVIK_SERVER, &actions, nullptr, argv.data(), environ), 0);
-        ::posix_spawn_file_actions_destroy(&actions);
-    }
+    peers.push_back(program.client(port, receiveBuffer));
+    static_cast<void>(peers.back()->receive(24));
+    return *peers.back();
+}
 
-    Program(const Program&) = delete;
-    Program& operator=(const Program&) = delete;
+void terminate(const Program& program, Peers& /*peers*/)
+{
+    program.signal(SIGTERM);
+}
 
-    ~Program()
-    {
-        if (!_status) {
-            ::kill(_pid, SIGKILL);
-            ::waitpid(_pid, nullptr, 0);
-        }
-    }
-
-    void signal(int number) const { ::kill(_pid, number); }
-
-    [[nodiscard]] std::unique_ptr<Peer> client(std::uint16_t port) const
-    {
-        return std::make_unique<Peer>(port, _address.c_str());
-    }
-
-    [[nodiscard]] std::string output() const { return test::readFile(_folder / "output"); }
-
-    [[nodiscard]] bool says(const std::string& line) const
-    {
-        return test::eventually([&] { return output().find(line) != std::string::npos; });
-    }
-
-    /// Exit status; -1 when it was killed or does not end.
-    [[nodiscard]] int exitStatus()
-    {
-        int status = 0;
-        if (!test::eventually([&] { return ::waitpid(_pid, &status, WNOHANG) == _pid; })) {
-            return -1;
-        }
-        _status = status;
-        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    }
-
-private:
-    test::TemporaryFolder _folder;
-    std::string _address;
-    pid_t _pid = -1;
-    std::optional<int> _status;
+struct StopCase
+{
+    const char* what;
+    void (*disturb)(const Program&, Peers&);
+    void (*stop)(const Program&, Peers&) = terminate;
 };
 
-TEST(ProgramTest, EndsInOrderOnASignalWhoeverIsConnected)
-{
-    struct SignalCase
-    {
-        const char* what;
-        int signal;
-        bool waitForStart;
-        void (*disturb)(const Program&, std::vector<std::unique_ptr<Peer>>&);
-    };
+constexpr StopCase STOP_CASES[] = {
+    {"alone", [](const Program&, Peers&) {},
+     [](const Program& program, Peers&) { program.signal(SIGINT); }},
+    {"with everybody connected and silent",
+     [](const Program& program, Peers& peers) {
+         join(program, peers, test::CONTROL_PORT);
+         join(program, peers, test::LAB_PORT);
+         peers.push_back(program.client(test::TELNET_PORT));
+         EXPECT_EQ(peers.back()->receiveLine(), "20 no authentication required.");
+     }},
+    {"with half a message sent and a command without end",
+     [](const Program& program, Peers& peers) {
+         join(program, peers, test::CONTROL_PORT).sendHex("C3 A3 05 50 18");
+         join(program, peers, test::LAB_PORT).sendHex("3E F3 CF 58 01 00 00 80 02 E0 01 00");
+         peers.push_back(program.client(test::TELNET_PORT));
+         peers.back()->send("RV ");
+     }},
+    {"while a client does not read its images",
+     [](const Program& program, Peers& peers) {
+         Peer& deaf = join(program, peers, test::CONTROL_PORT, 1);
+         deaf.sendHex("E0 EC 56 54 01 01 01 01");
+         EXPECT_TRUE(test::eventually([&] { return deaf.hasInput(); }));
+     }},
+    {"on a streaming client's request",
+     [](const Program& program, Peers& peers) {
+         Peer& desk = join(program, peers, test::CONTROL_PORT);
+         desk.sendHex("E0 EC 56 54 00 00 01 01");
+         static_cast<void>(desk.receive(100));
+     },
+     [](const Program&, Peers& peers) { peers.back()->sendHex("47 E8 58 C6"); }},
+    {"while a test client feeds it",
+     [](const Program& program, Peers& peers) {
+         Peer& lab = join(program, peers, test::LAB_PORT);
+         lab.sendHex("E0 EC 56 54 00 00 01 01");
+         for (int i = 0; i < 3; ++i) {
+             lab.sendHex("3E F3 CF 58 01 00 00 80 02 E0 01");
+             lab.send(std::vector<std::byte>(std::size_t{640} * 480));
+         }
+     }},
+    {"while telnet waits for a result",
+     [](const Program& program, Peers& peers) {
+         // The external trigger leaves the camera without a pulse.
+         Peer& desk = join(program, peers, test::CONTROL_PORT);
+         desk.sendHex("F7 3C 04 0A 17 00 00 00 52 31 43 20 47 72 61 79 73 63 61 6C 65 20 28 36 34 "
+                      "30 78 34 38 30 29 01 00 00 00 20 4E 00 00 03 80 FF 40 C4 40 C4 40 C4 00");
+         EXPECT_TRUE(program.says("Switched to External Trigger mode"));
+         peers.push_back(program.client(test::TELNET_PORT));
+         peers.back()->send("RV O1\r\n");
+         EXPECT_TRUE(program.says("Request: 'RV O1'"));
+     }},
+};
 
-    using Peers = std::vector<std::unique_ptr<Peer>>;
-    constexpr SignalCase cases[] = {
-        {"while it starts", SIGTERM, false, [](const Program&, Peers&) {}},
-        {"alone", SIGINT, true, [](const Program&, Peers&) {}},
-        {"with everybody connected", SIGTERM, true,
-         [](const Program& program, Peers& peers) {
-             peers.push_back(program.client(CONTROL));
-             peers.push_back(program.client(LAB));
-             peers.push_back(program.client(TELNET));
-             EXPECT_EQ(peers.back()->receiveLine(), "20 no authentication required.");
-             static_cast<void>(peers[0]->receive(24));
-             static_cast<void>(peers[1]->receive(24));
-         }},
-        {"with half a message sent and a command without end", SIGTERM, true,
-         [](const Program& program, Peers& peers) {
-             peers.push_back(program.client(CONTROL));
-             peers.back()->sendHex("C3 A3 05 50 18");
-             peers.push_back(program.client(TELNET));
-             peers.back()->send("RV ");
-         }},
-    };
-    for (const SignalCase& c : cases) {
-        SCOPED_TRACE(c.what);
-        Program program;
-        Peers peers;
-        if (c.waitForStart) {
-            ASSERT_TRUE(program.says("Telnet server waiting for connection..."));
-        } else {
-            ASSERT_TRUE(program.says("Starting Tarvik Server..."));
-        }
-        c.disturb(program, peers);
-        const auto before = std::chrono::steady_clock::now();
-        program.signal(c.signal);
-        EXPECT_EQ(program.exitStatus(), 0);
-        std::printf("stopped %s in %lld ms\n", c.what,
-                    static_cast<long long>(std::chrono::duration_cast<std::chrono::milliseconds>(
-                                               std::chrono::steady_clock::now() - before)
-                                               .count()));
-        const std::string output = program.output();
-        EXPECT_TRUE(output.ends_with("Camera (INFO): Camera closed.\n"
-                                     "Server (FINE): Tarvik Server stopped.\n"))
-            << output;
+/// Ends the program as the case has it, and looks at how it went.
+void checkStop(Program& program, const StopCase& c)
+{
+    SCOPED_TRACE(c.what);
+    Peers peers;
+    c.disturb(program, peers);
+    const auto before = std::chrono::steady_clock::now();
+    c.stop(program, peers);
+    EXPECT_EQ(program.exitStatus(), 0);
+    const auto duration = std::chrono::steady_clock::now() - before;
+    std::printf("stopped %s in %lld ms\n", c.what,
+                static_cast<long long>(
+                    std::chrono::duration_cast<std::chrono::milliseconds>(duration).count()));
+    const std::string output = program.output();
+    EXPECT_TRUE(output.ends_with("Camera (INFO): Camera closed.\n"
+                                 "Server (FINE): Tarvik Server stopped.\n"))
+        << output;
+    for (const auto& peer : peers) {
+        EXPECT_TRUE(peer->hungUp());
     }
 }
 
-TEST(ProgramTest, EndsOnTheClientsRequest)
+TEST(ProgramTest, EndsInOrderWhateverItsClientsAreDoing)
+{
+    for (const StopCase& c : STOP_CASES) {
+        Program program;
+        ASSERT_TRUE(program.says("Telnet server waiting for connection..."));
+        checkStop(program, c);
+    }
+}
+
+TEST(ProgramTest, EndsInOrderWhileItStarts)
 {
     Program program;
-    const auto desk = program.client(CONTROL);
-    static_cast<void>(desk->receive(24));
-    desk->sendHex("47 E8 58 C6");
-    EXPECT_EQ(program.exitStatus(), 0);
-    EXPECT_TRUE(desk->hungUp());
+    ASSERT_TRUE(program.says("Starting Tarvik Server..."));
+    checkStop(program, {"while it starts", [](const Program&, Peers&) {}});
 }
 
 TEST(ProgramTest, ExplainsItselfAndRefusesWhatItCannotUse)

@@ -1,0 +1,123 @@
+#pragma once
+
+#include "Peer.h"
+#include "support/Eventually.h"
+#include "support/TemporaryFolder.h"
+
+#include <gtest/gtest.h>
+
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdint>
+#include <cstdlib>
+#include <filesystem>
+#include <iterator>
+#include <memory>
+#include <optional>
+#include <sstream>
+#include <string>
+#include <vector>
+
+extern char** environ; // NOLINT(readability-redundant-declaration)
+
+namespace tarvik::test {
+
+inline constexpr std::uint16_t CONTROL_PORT = 7453;
+inline constexpr std::uint16_t LAB_PORT = 7454;
+inline constexpr std::uint16_t TELNET_PORT = 9999;
+
+/// The program itself, on a loopback address of its own, so that its fixed ports are free.
+class Program
+{
+public:
+    explicit Program(std::vector<std::string> arguments = {})
+        : _address("127." + std::to_string(1 + ::getpid() / 62500 % 200) + "." +
+                   std::to_string(1 + ::getpid() / 250 % 250) + "." +
+                   std::to_string(1 + ::getpid() % 250))
+    {
+        arguments.insert(arguments.begin(), {TARVIK_SERVER, "--bind", _address, "--directory",
+                                             _folder.path().string()});
+        std::vector<char*> argv;
+        for (std::string& argument : arguments) {
+            argv.push_back(argument.data());
+        }
+        argv.push_back(nullptr);
+        const std::string output = _folder / "output";
+        posix_spawn_file_actions_t actions{};
+        ::posix_spawn_file_actions_init(&actions);
+        ::posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, output.c_str(),
+                                           O_WRONLY | O_CREAT | O_APPEND, 0600);
+        EXPECT_EQ(::posix_spawn(&_pid, TARVIK_SERVER, &actions, nullptr, argv.data(), environ), 0);
+        ::posix_spawn_file_actions_destroy(&actions);
+    }
+
+    Program(const Program&) = delete;
+    Program& operator=(const Program&) = delete;
+
+    ~Program()
+    {
+        if (!_status) {
+            ::kill(_pid, SIGKILL);
+            ::waitpid(_pid, nullptr, 0);
+        }
+    }
+
+    void signal(int number) const { ::kill(_pid, number); }
+
+    [[nodiscard]] std::unique_ptr<Peer> client(std::uint16_t port, int receiveBuffer = 0) const
+    {
+        return std::make_unique<Peer>(port, _address.c_str(), receiveBuffer);
+    }
+
+    [[nodiscard]] const std::string& address() const { return _address; }
+
+    [[nodiscard]] std::string configPath() const { return _folder / "config.xml"; }
+
+    /// Bytes of memory that are its own and resident.
+    [[nodiscard]] std::int64_t memory() const
+    {
+        std::istringstream line(readFile("/proc/" + std::to_string(_pid) + "/statm"));
+        std::int64_t total = 0;
+        std::int64_t resident = 0;
+        std::int64_t shared = 0;
+        line >> total >> resident >> shared;
+        return (resident - shared) * ::sysconf(_SC_PAGESIZE);
+    }
+
+    [[nodiscard]] std::int64_t openFiles() const
+    {
+        const auto files =
+            std::filesystem::directory_iterator("/proc/" + std::to_string(_pid) + "/fd");
+        return std::distance(files, {});
+    }
+
+    [[nodiscard]] std::string output() const { return readFile(_folder / "output"); }
+
+    [[nodiscard]] bool says(const std::string& line) const
+    {
+        return eventually([&] { return output().find(line) != std::string::npos; });
+    }
+
+    /// Exit status; -1 when it was killed or does not end.
+    [[nodiscard]] int exitStatus()
+    {
+        int status = 0;
+        if (!eventually([&] { return ::waitpid(_pid, &status, WNOHANG) == _pid; })) {
+            return -1;
+        }
+        _status = status;
+        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    }
+
+private:
+    TemporaryFolder _folder;
+    std::string _address;
+    pid_t _pid = -1;
+    std::optional<int> _status;
+};
+
+} // namespace tarvik::test
