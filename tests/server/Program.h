@@ -88,6 +88,19 @@ public:
         return (resident - shared) * ::sysconf(_SC_PAGESIZE);
     }
 
+    /// The most that was ever resident, in bytes.
+    [[nodiscard]] std::int64_t peakMemory() const
+    {
+        std::istringstream lines(readFile("/proc/" + std::to_string(_pid) + "/status"));
+        std::int64_t kilobytes = 0;
+        for (std::string word; lines >> word;) {
+            if (word == "VmHWM:") {
+                lines >> kilobytes;
+            }
+        }
+        return kilobytes * 1024;
+    }
+
     [[nodiscard]] std::int64_t openFiles() const
     {
         const auto files =
