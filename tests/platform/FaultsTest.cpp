@@ -1,6 +1,11 @@
+#include "ocamera/simulated/FaultPipe.h"
 #include "platform/Bench.h"
 
+#include <sys/stat.h>
+
 #include <cerrno>
+#include <chrono>
+#include <fstream>
 
 using namespace OCamera;
 using namespace OCamera::simulated;
@@ -39,6 +44,46 @@ TEST_F(Faults, CanLeaveNoCameraAtAll)
     EXPECT_EQ(made(), nullptr);
     EXPECT_NE(made(), nullptr);
     EXPECT_EQ(made(static_cast<eCameraType>(4)), nullptr) << "no such type";
+}
+
+TEST_F(Faults, CanBeSlownessOrASuccessThatIsNone)
+{
+    const auto camera = running();
+    const auto start = std::chrono::steady_clock::now();
+    injectFault({.operation = Operation::SetGain, .delay = std::chrono::milliseconds(20)});
+    EXPECT_EQ(camera->SetGain(1), 0);
+    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(20));
+    injectFault({.operation = Operation::GetImage, .result = 0});
+    FrameHandle frame;
+    EXPECT_EQ(camera->GetImage(&frame), 0);
+    EXPECT_EQ(frame.pixels, nullptr);
+}
+
+TEST_F(Faults, ComeThroughAPipe)
+{
+    ASSERT_EQ(::mkfifo(path("faults").c_str(), 0600), 0);
+    FaultPipe pipe(path("faults"));
+    std::ofstream writer(path("faults"));
+    EXPECT_TRUE(pipe.read().empty());
+    writer << "GetImage 2 -5\nReadImageRAM 1 slow 300 always\nclear\nClose 1" << std::flush;
+    const auto commands = pipe.read();
+    ASSERT_EQ(commands.size(), 3U);
+    EXPECT_EQ(commands[0]->operation, Operation::GetImage);
+    EXPECT_EQ(commands[0]->nth, 2);
+    EXPECT_EQ(commands[0]->result, -5);
+    EXPECT_EQ(commands[0]->repeat, Repeat::Once);
+    EXPECT_FALSE(commands[1]->result.has_value());
+    EXPECT_EQ(commands[1]->delay, std::chrono::milliseconds(300));
+    EXPECT_EQ(commands[1]->repeat, Repeat::UntilCleared);
+    EXPECT_FALSE(commands[2].has_value());
+    writer << " 0 always\n" << std::flush;
+    EXPECT_EQ(pipe.read().size(), 1U) << "the line that came in two pieces";
+    for (const char* line : {"", "Clear", "Fly 1 -5", "Close", "Close 0 -5", "Close 1", "Close 1 x",
+                             "Close 1 -5 never", "Close 1 -5 always x", "Close 1 slow",
+                             "Close 1 slow -1", "Close 1 slow 60001"}) {
+        writer << line << std::endl;
+        EXPECT_TRUE(pipe.read().empty()) << line;
+    }
 }
 
 TEST_F(Faults, RecordCallsWithTheirArguments)

@@ -3,14 +3,15 @@
 #include "ocamera/simulated/Faults.h"
 
 #include <concepts>
+#include <optional>
 #include <string>
 #include <type_traits>
 
 /// The simulated camera's side of Faults.h: every operation reports here first.
 namespace OCamera::simulated {
 
-/// Counts a call. Returns 0, or the negative error number that a test wants it to fail with.
-[[nodiscard]] int countCall(Operation operation);
+/// Counts a call and sits its delay out. What it must return instead of working, if anything.
+[[nodiscard]] std::optional<int> countCall(Operation operation);
 
 [[nodiscard]] bool recordingCalls();
 void recordCall(std::string call);
@@ -38,10 +39,10 @@ std::string list(const Arguments&... arguments)
 
 /// Counts and, while calls are recorded, records a call with its arguments.
 template <class... Arguments>
-[[nodiscard]] int enterCall(Operation operation, const char* name, const Arguments&... arguments)
+[[nodiscard]] std::optional<int> enterCall(Operation operation, const Arguments&... arguments)
 {
     if (recordingCalls()) {
-        recordCall(name + ("(" + list(arguments...) + ")"));
+        recordCall(std::string(operationName(operation)) + "(" + list(arguments...) + ")");
     }
     return countCall(operation);
 }

@@ -1,26 +1,55 @@
 #include "ocamera/simulated/Calls.h"
+#include "ocamera/simulated/FaultPipe.h"
+#include "ocamera/simulated/Settings.h"
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <mutex>
+#include <thread>
 #include <utility>
 
 namespace OCamera::simulated {
 
 namespace {
 
-struct Fault
-{
-    int callsUntil = 0; ///< 0: none
-    int error = 0;
-    Repeat repeat = Repeat::Once;
+/// In the order of Operation.
+constexpr std::array<std::string_view, OPERATION_COUNT> NAMES{
+    "CreateCameraInterface",
+    "Open",
+    "Close",
+    "InitImageRAM",
+    "SetCameraWindow",
+    "SetFrequency",
+    "SetShutterTime",
+    "SetGain",
+    "SetIlluminationTiming",
+    "SetIlluminationMode",
+    "SetIlluminationModeExternal",
+    "SetAcquisitionMode",
+    "SetTriggerSource",
+    "SetTriggerDelay",
+    "SetReadTimeout",
+    "GetImage",
+    "ReleaseImage",
+    "PurgeImages",
+    "WriteImageRAM",
+    "SetupImageCorrection",
+    "SetFilter",
+    "SetBinarization",
+    "InitColor",
+    "SetBayer2X",
+    "GetImageToImageRAM",
+    "SetImageRAMPictureSize",
+    "ReadImageRAM",
 };
 
 /// Everything that tests set and read. The mutex is a leaf: nothing else is locked under it.
 struct State
 {
-    std::mutex mutex; ///< guards faults, counts and calls
-    std::array<Fault, OPERATION_COUNT> faults{};
+    std::mutex mutex; ///< guards the pipe, faults, counts and calls
+    FaultPipe pipe{variable("OCAMERA_FAULTS")};
+    std::array<std::optional<Fault>, OPERATION_COUNT> faults{};
     std::array<std::size_t, OPERATION_COUNT> counts{};
     std::vector<std::string> calls;
     std::atomic<bool> recording = false;
@@ -40,10 +69,30 @@ constexpr std::size_t indexOf(Operation operation)
 
 } // namespace
 
-void failCall(Operation operation, int nth, int error, Repeat repeat)
+std::string_view operationName(Operation operation)
+{
+    return NAMES.at(indexOf(operation));
+}
+
+std::optional<Operation> operationNamed(std::string_view name)
+{
+    const auto* const found = std::find(NAMES.begin(), NAMES.end(), name);
+    if (found == NAMES.end()) {
+        return std::nullopt;
+    }
+    return static_cast<Operation>(found - NAMES.begin());
+}
+
+void injectFault(const Fault& fault)
 {
     const std::lock_guard lock(state().mutex);
-    state().faults[indexOf(operation)] = {nth, error, repeat};
+    state().faults.at(indexOf(fault.operation)) = fault;
+}
+
+void clearFaults()
+{
+    const std::lock_guard lock(state().mutex);
+    state().faults = {};
 }
 
 void resetSimulation()
@@ -85,23 +134,54 @@ bool neighbourhoodDesignLoaded()
     return state().designLoaded;
 }
 
-int countCall(Operation operation)
+namespace {
+
+/// Takes over what has been written to the pipe. Caller holds the mutex.
+void readPipe(State& s)
 {
-    const std::lock_guard lock(state().mutex);
-    ++state().counts[indexOf(operation)];
-    Fault& fault = state().faults[indexOf(operation)];
-    if (fault.callsUntil == 0) {
-        return 0;
+    for (const FaultPipe::Command& command : s.pipe.read()) {
+        if (command) {
+            s.faults.at(indexOf(command->operation)) = *command;
+        } else {
+            s.faults = {};
+        }
     }
-    if (fault.callsUntil > 1) {
-        --fault.callsUntil;
-        return 0;
+}
+
+/// The fault that hits this call. Caller holds the mutex.
+std::optional<Fault> faultOfCall(std::optional<Fault>& fault)
+{
+    if (!fault) {
+        return std::nullopt;
     }
-    const int error = fault.error;
-    if (fault.repeat == Repeat::Once) {
-        fault = {};
+    if (fault->nth > 1) {
+        --fault->nth;
+        return std::nullopt;
     }
-    return -error;
+    const std::optional<Fault> hit = fault;
+    if (fault->repeat == Repeat::Once) {
+        fault.reset();
+    }
+    return hit;
+}
+
+} // namespace
+
+std::optional<int> countCall(Operation operation)
+{
+    std::optional<Fault> hit;
+    {
+        State& s = state();
+        const std::lock_guard lock(s.mutex);
+        readPipe(s);
+        ++s.counts.at(indexOf(operation));
+        hit = faultOfCall(s.faults.at(indexOf(operation)));
+    }
+    if (!hit) {
+        return std::nullopt;
+    }
+    std::this_thread::sleep_for(hit->delay);
+    return hit->result;
 }
 
 bool recordingCalls()

@@ -1,7 +1,10 @@
 #pragma once
 
+#include <chrono>
 #include <cstddef>
+#include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 /// Handles for tests of whatever drives the simulated camera: faults, records of the calls, and
@@ -41,16 +44,39 @@ enum class Operation
 
 constexpr std::size_t OPERATION_COUNT = static_cast<std::size_t>(Operation::ReadImageRAM) + 1;
 
+[[nodiscard]] std::string_view operationName(Operation operation);
+[[nodiscard]] std::optional<Operation> operationNamed(std::string_view name);
+
 enum class Repeat
 {
     Once,
     UntilCleared,
 };
 
-/// Lets the n-th call of the operation from now on (1: the next one) return the error number
-/// without doing anything, and with UntilCleared every later one too. `error` is positive, as in
-/// errno.h. CreateCameraInterface returns null instead. Replaces an earlier fault of the operation.
-void failCall(Operation operation, int nth, int error, Repeat repeat = Repeat::Once);
+/// What is wrong with an operation of the library.
+struct Fault
+{
+    Operation operation;
+    int nth = 1; ///< the call that it hits, from now on; 1: the next one
+    /// What that call returns without doing anything: a negative error number, or 0 or more as if
+    /// all were well, so that a frame, for example, has no pixels. None: the call does its work.
+    /// CreateCameraInterface returns null for any.
+    std::optional<int> result{};
+    std::chrono::milliseconds delay{}; ///< that passes before
+    Repeat repeat = Repeat::Once;      ///< UntilCleared: hits every later call too
+};
+
+/// Replaces an earlier fault of the same operation.
+void injectFault(const Fault& fault);
+
+/// Lets a call return an error number: positive here, as in errno.h.
+inline void failCall(Operation operation, int nth, int error, Repeat repeat = Repeat::Once)
+{
+    injectFault({.operation = operation, .nth = nth, .result = -error, .repeat = repeat});
+}
+
+/// Takes back every fault.
+void clearFaults();
 
 /// Takes back every fault, forgets the record and the counts, and unloads the FPGA design.
 void resetSimulation();

@@ -5,18 +5,10 @@
 #include <cstring>
 #include <iostream>
 #include <string>
-#include <string_view>
 
 namespace OCamera::simulated {
 
 namespace {
-
-/// Value of a variable; empty means unset.
-std::string_view variable(const char* name)
-{
-    const char* value = std::getenv(name); // NOLINT(concurrency-mt-unsafe): nobody calls setenv()
-    return value == nullptr ? std::string_view() : std::string_view(value);
-}
 
 template <class Number>
 void readNumber(const char* name, Number least, Number most, const char* meaning, Number& number)
@@ -38,6 +30,12 @@ void readNumber(const char* name, Number least, Number most, const char* meaning
 }
 
 } // namespace
+
+std::string_view variable(const char* name)
+{
+    const char* value = std::getenv(name); // NOLINT(concurrency-mt-unsafe): nobody calls setenv()
+    return value == nullptr ? std::string_view() : std::string_view(value);
+}
 
 Settings Settings::fromEnvironment()
 {

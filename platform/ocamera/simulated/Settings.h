@@ -4,6 +4,8 @@
 #include "ocamera/simulated/Scene.h"
 
 #include <filesystem>
+#include <string>
+#include <string_view>
 
 namespace OCamera::simulated {
 
@@ -19,6 +21,7 @@ namespace OCamera::simulated {
 /// | OCAMERA_SEED    | another synthetic scene for every number, default 1                  |
 /// | OCAMERA_PARTS   | parts in view of the synthetic scene, 1 to 25, default 9             |
 /// | OCAMERA_NOISE   | its noise in grey levels, 0 to 40, default 8                         |
+/// | OCAMERA_FAULTS  | a named pipe; each line written to it is a fault, see FaultPipe.h    |
 ///
 /// A value that is none of these is named on standard error with what is accepted, and the default
 /// holds.
@@ -32,6 +35,9 @@ struct Settings
 
     [[nodiscard]] static Settings fromEnvironment();
 };
+
+/// Value of a variable of the environment; empty means unset.
+[[nodiscard]] std::string_view variable(const char* name);
 
 /// Writes one line to standard error, headed by who speaks.
 void complain(const std::string& line);

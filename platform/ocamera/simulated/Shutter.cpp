@@ -1,19 +1,15 @@
 #include "ocamera/simulated/Shutter.h"
 
-#include "ocamera/simulated/Settings.h"
+#include "ocamera/simulated/NamedPipe.h"
 
-#include <fcntl.h>
 #include <poll.h>
 #include <sys/eventfd.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <cstring>
 #include <ctime>
-#include <string>
 #include <system_error>
 
 namespace OCamera::simulated {
@@ -44,23 +40,7 @@ void Shutter::connectTrigger(const std::filesystem::path& pipe)
         close(_pulses);
         _pulses = -1;
     }
-    if (pipe.empty()) {
-        return;
-    }
-    // Read and write: with itself as a writer, the pipe never reports an end.
-    const int opened = open(pipe.c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC);
-    const int error = errno;
-    struct stat status = {};
-    if (opened >= 0 && fstat(opened, &status) == 0 && S_ISFIFO(status.st_mode)) {
-        _pulses = opened;
-        return;
-    }
-    if (opened >= 0) {
-        close(opened);
-    }
-    complain("OCAMERA_TRIGGER='" + pipe.string() + "' is no named pipe that can be opened" +
-             (opened < 0 ? " (" + std::generic_category().message(error) + ")" : std::string()) +
-             ". Make one with: mkfifo " + pipe.string() + ". No pulse will come.");
+    _pulses = openNamedPipe("OCAMERA_TRIGGER", pipe, "No pulse will come.");
 }
 
 void Shutter::dropPulses() const

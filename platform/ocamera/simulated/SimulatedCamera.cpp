@@ -15,7 +15,7 @@ namespace OCamera {
 CameraInterface* CreateCameraInterface(eCameraType type)
 {
     using namespace simulated;
-    if (enterCall(Operation::CreateCameraInterface, "CreateCameraInterface", type) < 0) {
+    if (enterCall(Operation::CreateCameraInterface, type)) {
         return nullptr;
     }
     switch (type) {
@@ -37,11 +37,10 @@ CameraInterface* CreateCameraInterface(eCameraType type)
 
 } // namespace OCamera
 
-/// Head of an operation: records it, lets it fail if a test wants it to, refuses it while closed.
+/// Head of an operation: records it, lets it fail if a fault says so, refuses it while closed.
 #define OPERATION(name, ...)                                                                       \
-    if (const int injected = enterCall(Operation::name, #name __VA_OPT__(, ) __VA_ARGS__);         \
-        injected < 0) {                                                                            \
-        return injected;                                                                           \
+    if (const auto injected = enterCall(Operation::name __VA_OPT__(, ) __VA_ARGS__)) {             \
+        return *injected;                                                                          \
     }                                                                                              \
     if (!isOpen()) {                                                                               \
         return -EBADF;                                                                             \
@@ -86,8 +85,8 @@ SimulatedCamera::SimulatedCamera(eCameraType type) : _type(type)
 
 int SimulatedCamera::Open(std::size_t frameMemory)
 {
-    if (const int injected = enterCall(Operation::Open, "Open", frameMemory); injected < 0) {
-        return injected;
+    if (const auto injected = enterCall(Operation::Open, frameMemory)) {
+        return *injected;
     }
     if (isOpen()) {
         return -EBUSY;
