@@ -17,6 +17,8 @@ namespace {
 constexpr int NO_IMAGE_PAUSE_MS = 100;
 constexpr int FAILURE_PAUSE_MS = 1000;
 constexpr int SOURCE_IDS = 64;
+/// Images that fail in a row before the sensor is opened anew: with the pauses, 2 s.
+constexpr int MAX_FAILED_FETCHES = 3;
 
 } // namespace
 
@@ -318,9 +320,7 @@ void Camera::changeModel(const CameraConfiguration& wanted)
     try {
         _driver = openedDriver(&wanted);
     } catch (...) {
-        const MutexLock lock(_mutex);
-        _report.reset();
-        _configChanged = true; // the next round tries again, with a newer one if there is one
+        beginAnew();
         throw;
     }
 }
@@ -338,24 +338,28 @@ void Camera::changeSettings(const CameraConfiguration& wanted)
 
 void Camera::undoSettings(const CameraConfiguration& before)
 {
-    const auto revoke = [&](bool reopen) {
+    {
         const MutexLock lock(_mutex);
         if (!_configChanged) { // else a newer one is waiting already
             _wantedConfig = before;
-            _configChanged = reopen;
         }
-    };
+    }
     try {
         _driver->setConfig(before);
-        revoke(false);
     } catch (const std::exception& e) {
-        // Nobody knows what the sensor does now: begin anew in the next round.
+        // Nobody knows what the sensor does now.
         log(LogLevel::Warning, e.what());
-        revoke(true);
-        closeDriver();
-        const MutexLock lock(_mutex);
-        _report.reset();
+        beginAnew();
     }
+}
+
+/// Lets the sensor go; the next round opens it with what is wanted then.
+void Camera::beginAnew()
+{
+    closeDriver();
+    const MutexLock lock(_mutex);
+    _report.reset();
+    _configChanged = true;
 }
 
 void Camera::closeDriver()
@@ -436,20 +440,34 @@ std::optional<Camera::Picture> Camera::fetch()
     Picture picture;
     try {
         _driver->getImages(&picture.original, &picture.binary);
+    } catch (const CameraTimeout&) {
+        static_cast<void>(endFetch());
+        throw;
     } catch (...) {
         static_cast<void>(endFetch());
+        noteFailedFetch();
         throw;
     }
     const std::optional<std::int8_t> sourceId = endFetch();
     if (picture.binary == nullptr) {
         return std::nullopt;
     }
+    _failedFetches = 0;
     if (!sourceId) {
         _driver->releaseImage();
         return std::nullopt;
     }
     picture.sourceId = *sourceId;
     return picture;
+}
+
+void Camera::noteFailedFetch()
+{
+    if (++_failedFetches == MAX_FAILED_FETCHES) {
+        _failedFetches = 0;
+        log(LogLevel::Warning, "No image: opening the camera anew.");
+        beginAnew();
+    }
 }
 
 /// False when there is something else to do first.

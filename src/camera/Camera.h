@@ -32,7 +32,9 @@ class CameraImpl;
 /// setConfig() while closed, talk to the sensor and may take a second. Everything else returns at
 /// once and may be called under any lock.
 ///
-/// A round that fails is logged and followed by a pause of 1 s; acquisition goes on after it.
+/// A round that fails is logged and followed by a pause of 1 s; acquisition goes on after it. When
+/// image after image fails, other than by a trigger that does not come, the sensor is opened anew:
+/// it may have lost its settings.
 class Camera : public util::Observable<ImageEvent>,
                public concurrent::Thread,
                private logging::Logging
@@ -135,6 +137,8 @@ private:
     void applyUpdate();
     void applySource();
     [[nodiscard]] std::optional<Picture> fetch();
+    void noteFailedFetch();
+    void beginAnew();
     [[nodiscard]] bool beginFetch();
     [[nodiscard]] std::optional<std::int8_t> endFetch();
 
@@ -145,6 +149,7 @@ private:
     /// Belongs to the acquisition thread while that runs, else to open() and close(). Null in a
     /// running camera whose new model does not open.
     Driver _driver;
+    int _failedFetches = 0;                    ///< in a row; acquisition thread
     std::function<void()> _beforeSourceChange; ///< constant while the camera is open
     image::Image _sourceImage;                 ///< of the change in progress; acquisition thread
     image::Image _noImage;                     ///< what listeners get for an absent original

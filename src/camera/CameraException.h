@@ -11,4 +11,11 @@ public:
     using Exception::Exception;
 };
 
+/// The sensor works, but no image came within the read time-out.
+class CameraTimeout : public CameraException
+{
+public:
+    using CameraException::CameraException;
+};
+
 } // namespace tarvik::camera

@@ -255,6 +255,18 @@ TEST_F(CameraTest, OpensAnewWhenSettingsCannotBeUndone)
     EXPECT_EQ(_camera.config(), before);
 }
 
+TEST_F(CameraTest, OpensAnewWhenImageAfterImageFails)
+{
+    _camera.setConfig(configOf(R1B));
+    failCall(Operation::GetImage, 1, ETIME, Repeat::UntilCleared);
+    waitForCall(Operation::GetImage, callCount(Operation::GetImage) + 2);
+    failCall(Operation::GetImage, 1, EIO, Repeat::UntilCleared);
+    waitForCall(Operation::CreateCameraInterface, 2);
+    clearFaults();
+    EXPECT_TRUE(_recorder.seesAnother());
+    EXPECT_TRUE(_log.waitFor("No image: opening the camera anew."));
+}
+
 TEST_F(CameraTest, SurvivesFailuresOfTheSensorAndOfListeners)
 {
     std::atomic<int> fault{0};

@@ -85,10 +85,15 @@ void SBO::resumeWait()
 
 void SBO::check(int result, const char* call)
 {
-    if (result < 0) {
-        throw CameraException(std::string("Camera error while executing: '") + call +
-                              "'. Details: " + std::generic_category().message(-result));
+    if (result >= 0) {
+        return;
     }
+    const std::string text = std::string("Camera error while executing: '") + call +
+                             "'. Details: " + std::generic_category().message(-result);
+    if (result == -ETIME) {
+        throw CameraTimeout(text);
+    }
+    throw CameraException(text);
 }
 
 image::Image* SBO::fetchFrame()
@@ -100,15 +105,18 @@ image::Image* SBO::fetchFrame()
     const int result = _camera->GetImage(&_frame);
     switch (result) {
     case 0:
+        if (_frame.pixels == nullptr) {
+            throw CameraException("GetImage() returned no pixels.");
+        }
         _frameImage = image::Image::view(_frame.pixels, imageWidth(), imageHeight());
         _frameImage.checkConsistency();
         return &_frameImage;
     case -EINTR:
         return nullptr;
     case -ETIME:
-        throw CameraException(config().triggerMode == CameraConfiguration::EXTERNAL_TRIGGER
-                                  ? "Timeout on GetImage(). Please check external trigger signal."
-                                  : "Timeout on GetImage().");
+        throw CameraTimeout(config().triggerMode == CameraConfiguration::EXTERNAL_TRIGGER
+                                ? "Timeout on GetImage(). Please check external trigger signal."
+                                : "Timeout on GetImage().");
     default:
         throw CameraException("GetImage() returned error code: " + std::to_string(result));
     }
