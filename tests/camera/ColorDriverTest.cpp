@@ -5,10 +5,8 @@
 #include <gmock/gmock.h>
 
 #include <array>
-#include <cerrno>
 #include <cstdint>
 #include <random>
-#include <system_error>
 #include <vector>
 
 namespace tarvik::camera {
@@ -19,19 +17,17 @@ using namespace OCamera::simulated;
 using image::ColorSpace;
 using image::Format;
 using image::Image;
+using test::bytesOf;
 using test::configOf;
+using test::fetch;
 using test::makeDriver;
+using test::Pictures;
 using test::thrown;
 using testing::ElementsAre;
 using testing::ElementsAreArray;
 
 constexpr const char* R1C = "R1C (640x480)";
 constexpr const char* R3C = "R3C (752x480)";
-
-std::vector<std::uint8_t> bytesOf(const Image& image)
-{
-    return {image.bytes().begin(), image.bytes().end()};
-}
 
 /// What the words of the windows say, pixel by pixel.
 bool isForeground(const CameraConfiguration& c, std::uint8_t h, std::uint8_t s, std::uint8_t v)
@@ -56,29 +52,7 @@ CameraConfiguration withRandomWindows(const char* model, std::mt19937& random)
 
 /// Two cameras see the same picture of the synthetic scene: the first one they take.
 class ColorDriverTest : public test::SimulationTest
-{
-protected:
-    struct Pictures
-    {
-        std::vector<std::uint8_t> hsv; ///< empty when the model delivers none
-        std::vector<std::uint8_t> binary;
-    };
-
-    static Pictures fetch(CameraImpl& driver)
-    {
-        Image* original = nullptr;
-        Image* binary = nullptr;
-        driver.getImages(&original, &binary);
-        Pictures result{original == nullptr ? std::vector<std::uint8_t>() : bytesOf(*original),
-                        bytesOf(*binary)};
-        if (original != nullptr) {
-            EXPECT_EQ(original->format(), Format::Planar);
-            EXPECT_EQ(original->colorSpace(), ColorSpace::HSV);
-        }
-        driver.releaseImage();
-        return result;
-    }
-};
+{};
 
 TEST_F(ColorDriverTest, ReadsBinarizedPlanes)
 {
@@ -88,7 +62,7 @@ TEST_F(ColorDriverTest, ReadsBinarizedPlanes)
     const auto driver = makeDriver(config);
     driver->open();
     recordCalls();
-    EXPECT_TRUE(fetch(*driver).hsv.empty());
+    EXPECT_TRUE(fetch(*driver).original.empty());
     EXPECT_THAT(
         recordedCalls(),
         ElementsAre(
@@ -105,7 +79,7 @@ TEST_F(ColorDriverTest, ReadsPlanesForTheProgramWhenTheColoursAreWanted)
     driver->update(true);
     driver->open();
     recordCalls();
-    EXPECT_EQ(fetch(*driver).hsv.size(), 3U * 640 * 480);
+    EXPECT_EQ(fetch(*driver).original.size(), 3U * 640 * 480);
     std::vector<std::string> calls{"SetBayer2X(0, 0)", "GetImageToImageRAM(0)",
                                    "SetImageRAMPictureSize(640, 480)"};
     for (const char* plane : {"SetBayer2X(1, 0)", "SetBayer2X(2, 0)", "SetBayer2X(3, 0)"}) {
@@ -132,9 +106,9 @@ TEST_F(ColorDriverTest, BinarizesTheSameInFpgaAndSoftware)
         const std::size_t size = inFpga.binary.size();
         int differences = 0;
         for (std::size_t i = 0; i < size; ++i) {
-            const std::uint8_t h = inSoftware.hsv[i];
-            const bool foreground =
-                isForeground(config, h, inSoftware.hsv[size + i], inSoftware.hsv[2 * size + i]);
+            const std::uint8_t h = inSoftware.original[i];
+            const bool foreground = isForeground(config, h, inSoftware.original[size + i],
+                                                 inSoftware.original[2 * size + i]);
             // The FPGA can only invert a window, and leaves out the bounds of one that wraps.
             const bool onBound = wraps && (h == config.lowerValH || h == config.greaterValH);
             differences += inSoftware.binary[i] != (foreground ? 255 : 0);
@@ -171,7 +145,7 @@ TEST_F(ColorDriverTest, BinarizesATestImage)
     EXPECT_THAT(recordedCalls(), ElementsAre()) << "nothing of this reaches the sensor";
     driver->setSource(nullptr);
     EXPECT_FALSE(driver->sourceOverridden());
-    EXPECT_TRUE(fetch(*driver).hsv.empty());
+    EXPECT_TRUE(fetch(*driver).original.empty());
     EXPECT_THAT(_log.lines(), ElementsAre("Image source overriden by user-defined image.",
                                           "Image source reset to internal image sensor."));
 }
@@ -199,51 +173,6 @@ TEST_F(ColorDriverTest, RefusesTestImagesThatDoNotFit)
     for (Case& c : cases) {
         EXPECT_EQ(thrown<CameraException>([&] { driver->setSource(&c.image); }), c.error);
         EXPECT_FALSE(driver->sourceOverridden());
-    }
-}
-
-TEST_F(ColorDriverTest, NamesTheCallThatFails)
-{
-    struct Case
-    {
-        bool software;
-        Operation operation;
-        int nth;
-        const char* call;
-    };
-
-    const Case cases[] = {
-        {false, Operation::SetBayer2X, 1,
-         "SetBayer2X(OCamera::BAYER_OUTPUT_RAW, RGB_FILTER_PATTERN)"},
-        {false, Operation::GetImageToImageRAM, 1, "GetImageToImageRAM(0)"},
-        {false, Operation::SetImageRAMPictureSize, 1,
-         "SetImageRAMPictureSize(_imageWidth, _imageHeight)"},
-        {false, Operation::SetFilter, 1, "SetFilter(OCamera::FILTER_BINARIZE_ONLY)"},
-        {false, Operation::SetBinarization, 2, "SetBinarization(true, &binParams)"},
-        {false, Operation::SetBayer2X, 2,
-         "SetBayer2X(OCamera::BAYER_OUTPUT_H, RGB_FILTER_PATTERN)"},
-        {false, Operation::ReadImageRAM, 1, "ReadImageRAM(_imgBinData, 0, imgSize)"},
-        {false, Operation::SetBayer2X, 3,
-         "SetBayer2X(OCamera::BAYER_OUTPUT_S, RGB_FILTER_PATTERN)"},
-        {false, Operation::ReadImageRAM, 2, "ReadImageRAM(satData, 0, imgSize)"},
-        {false, Operation::SetBayer2X, 4,
-         "SetBayer2X(OCamera::BAYER_OUTPUT_V, RGB_FILTER_PATTERN)"},
-        {false, Operation::ReadImageRAM, 3, "ReadImageRAM(valData, 0, imgSize)"},
-        {true, Operation::SetBinarization, 1, "SetBinarization(false)"},
-        {true, Operation::SetFilter, 1, "SetFilter(OCamera::FILTER_OFF)"},
-        {true, Operation::ReadImageRAM, 1, "ReadImageRAM(hueData, 0, imgSize)"},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.call);
-        resetSimulation();
-        const auto driver = makeDriver(R1C);
-        driver->update(c.software);
-        driver->open();
-        failCall(c.operation, c.nth, EIO);
-        EXPECT_EQ(thrown<CameraException>([&] { static_cast<void>(fetch(*driver)); }),
-                  std::string("Camera error while executing: '") + c.call +
-                      "'. Details: " + std::generic_category().message(EIO));
-        EXPECT_FALSE(fetch(*driver).binary.empty()) << "the next one works";
     }
 }
 

@@ -1,13 +1,12 @@
 #include "Support.h"
+#include "camera/CameraException.h"
 #include "camera/sbo/NeighboursSBO.h"
-#include "support/TemporaryFolder.h"
+#include "support/Thrown.h"
 
 #include <gmock/gmock.h>
 
+#include <cerrno>
 #include <cstdint>
-#include <cstdlib>
-#include <filesystem>
-#include <string>
 #include <vector>
 
 namespace tarvik::camera::sbo {
@@ -16,42 +15,15 @@ namespace {
 
 using namespace OCamera::simulated;
 using image::Image;
+using test::fetch;
+using test::thrown;
 using testing::Contains;
 
 constexpr const char* FALLBACK = "Warning: Couldn't load FPGA neighbourhood filter. Falling back "
                                  "to software encoder.";
 
-/// Brings a loader of its own, which notes its calls and succeeds when told to.
 class NeighboursTest : public test::SimulationTest
-{
-protected:
-    NeighboursTest()
-    {
-        const std::string loader = _folder / "loadfpga";
-        test::writeFile(loader, "#!/bin/sh\necho \"$@\" >> " + (_folder / "calls") + "\ntest -e " +
-                                    (_folder / "design") + "\n");
-        std::filesystem::permissions(loader, std::filesystem::perms::owner_all);
-        setEnvironment("PATH", _folder.path().string() + ":" + _path);
-    }
-
-    ~NeighboursTest() override { setEnvironment("PATH", _path); }
-
-    [[nodiscard]] std::string loaderCalls() const { return test::readFile(_folder / "calls"); }
-
-    static std::vector<std::uint8_t> fetch(NeighboursSBO& driver, bool expectOriginal)
-    {
-        Image* original = nullptr;
-        Image* codes = nullptr;
-        driver.getImages(&original, &codes);
-        EXPECT_EQ(original != nullptr, expectOriginal);
-        std::vector<std::uint8_t> result(codes->bytes().begin(), codes->bytes().end());
-        driver.releaseImage();
-        return result;
-    }
-
-    const test::TemporaryFolder _folder;
-    const std::string _path = std::getenv("PATH");
-};
+{};
 
 // The design stays loaded for the rest of the process, so this is one test.
 TEST_F(NeighboursTest, FallsBackToSoftwareUntilTheDesignLoads)
@@ -65,21 +37,23 @@ TEST_F(NeighboursTest, FallsBackToSoftwareUntilTheDesignLoads)
     Image testImage(640, 480);
     test::fillRandomly(testImage, 11);
     driver.setSource(&testImage);
-    const std::vector<std::uint8_t> inSoftware = fetch(driver, true);
+    const std::vector<std::uint8_t> inSoftware = fetch(driver).binary;
     driver.close();
-    EXPECT_EQ(loaderCalls(), "sbo_r1_neighbor.fpga\n");
+    EXPECT_EQ(_loader.calls(), "sbo_r1_neighbor.fpga\n");
 
-    test::writeFile(_folder / "design", "");
+    _loader.provideDesign();
     loadNeighbourhoodDesign(true);
     recordCalls();
     driver.open();
-    EXPECT_EQ(loaderCalls(), "sbo_r1_neighbor.fpga\nsbo_r1_neighbor.fpga\n");
+    EXPECT_EQ(_loader.calls(), "sbo_r1_neighbor.fpga\nsbo_r1_neighbor.fpga\n");
     EXPECT_THAT(_log.lines(), Contains("FPGA neighbourhood filter activated."));
     EXPECT_THAT(recordedCalls(), Contains("Open(614400)"));
     EXPECT_THAT(recordedCalls(), Contains("SetFilter(8, {2, 2147549056, 0})"));
     EXPECT_TRUE(driver.fpgaEncoding());
     driver.setSource(&testImage);
-    EXPECT_TRUE(fetch(driver, false) == inSoftware);
+    const test::Pictures encoded = fetch(driver);
+    EXPECT_TRUE(encoded.binary == inSoftware);
+    EXPECT_TRUE(encoded.original.empty());
 
     CameraConfiguration config = driver.config();
     config.invert = true;
@@ -89,14 +63,17 @@ TEST_F(NeighboursTest, FallsBackToSoftwareUntilTheDesignLoads)
     driver.setConfig(config);
     EXPECT_THAT(recordedCalls(),
                 testing::ElementsAre("SetFilter(8, {2, 46180, 0})", "PurgeImages()"));
-    const std::vector<std::uint8_t> inFpga = fetch(driver, false);
+    const std::vector<std::uint8_t> inFpga = fetch(driver).binary;
     recordCalls();
     driver.update(true);
     EXPECT_THAT(recordedCalls(), testing::ElementsAre("SetFilter(0, 0)", "PurgeImages()"));
-    EXPECT_TRUE(fetch(driver, true) == inFpga);
+    EXPECT_TRUE(fetch(driver).binary == inFpga);
+    failCall(Operation::SetFilter, 1, EIO);
+    EXPECT_EQ(thrown<CameraException>([&] { driver.update(false); }),
+              test::libraryError("SetFilter(OCamera::FILTER_NEIGHBOURHOOD, &parameters)", EIO));
     driver.close();
     driver.open();
-    EXPECT_EQ(loaderCalls(), "sbo_r1_neighbor.fpga\nsbo_r1_neighbor.fpga\n")
+    EXPECT_EQ(_loader.calls(), "sbo_r1_neighbor.fpga\nsbo_r1_neighbor.fpga\n")
         << "once loaded, it stays";
 }
 

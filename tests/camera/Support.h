@@ -8,18 +8,22 @@
 #include "core/util/Listener.h"
 #include "image/Image.h"
 #include "ocamera/simulated/Faults.h"
+#include "support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cctype>
 #include <chrono>
 #include <condition_variable>
 #include <cstdlib>
+#include <filesystem>
 #include <functional>
 #include <memory>
 #include <mutex>
 #include <random>
 #include <string>
+#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -99,6 +103,34 @@ private:
     Collected<std::string> _lines;
 };
 
+/// Stands for the camera's loader program: notes its calls, and fails until it has a design.
+class FpgaLoader
+{
+public:
+    FpgaLoader()
+    {
+        const std::string program = _folder / "loadfpga";
+        writeFile(program, "#!/bin/sh\necho \"$@\" >> " + (_folder / "calls") + "\ntest -e " +
+                               (_folder / "design") + "\n");
+        std::filesystem::permissions(program, std::filesystem::perms::owner_all);
+        ::setenv("PATH", (_folder.path().string() + ":" + _path).c_str(), 1);
+    }
+
+    FpgaLoader(const FpgaLoader&) = delete;
+    FpgaLoader& operator=(const FpgaLoader&) = delete;
+
+    ~FpgaLoader() { ::setenv("PATH", _path.c_str(), 1); }
+
+    void provideDesign() const { writeFile(_folder / "design", ""); }
+
+    /// Arguments of each call, one a line.
+    [[nodiscard]] std::string calls() const { return readFile(_folder / "calls"); }
+
+private:
+    const TemporaryFolder _folder;
+    const std::string _path = std::getenv("PATH");
+};
+
 /// A simulation without faults, as fast as images are fetched.
 class SimulationTest : public testing::Test
 {
@@ -120,7 +152,22 @@ protected:
     }
 
     CameraLog _log;
+    FpgaLoader _loader;
 };
+
+inline constexpr const char* MODELS[] = {
+    "R1C Grayscale (640x480)", "R1C (640x480)",           "R1B (640x480)",
+    "R2B (1280x1024)",         "R3B (752x480)",           "R3C Grayscale (752x480)",
+    "R3C (752x480)",           "NeighboursSBO (640x480)",
+};
+
+/// Name of a test that has a model for its parameter.
+inline std::string modelName(const testing::TestParamInfo<const char*>& info)
+{
+    std::string name = info.param;
+    std::erase_if(name, [](char c) { return std::isalnum(static_cast<unsigned char>(c)) == 0; });
+    return name;
+}
 
 inline camera::CameraConfiguration configOf(const char* model)
 {
@@ -141,6 +188,56 @@ inline Driver makeDriver(const camera::CameraConfiguration& config)
 inline Driver makeDriver(const char* model)
 {
     return makeDriver(configOf(model));
+}
+
+inline std::vector<std::uint8_t> bytesOf(const image::Image& image)
+{
+    return {image.bytes().begin(), image.bytes().end()};
+}
+
+/// The bytes of one image.
+struct Pictures
+{
+    std::vector<std::uint8_t> original; ///< empty when the model delivers none
+    std::vector<std::uint8_t> binary;
+};
+
+/// Fetches an image, which must have the model's size and kind.
+inline Pictures fetch(camera::CameraImpl& driver)
+{
+    image::Image* original = nullptr;
+    image::Image* binary = nullptr;
+    driver.getImages(&original, &binary);
+    if (binary == nullptr) {
+        ADD_FAILURE() << "no image";
+        return {};
+    }
+    EXPECT_EQ(binary->width(), driver.imageWidth());
+    EXPECT_EQ(binary->height(), driver.imageHeight());
+    Pictures result{.original = {}, .binary = bytesOf(*binary)};
+    if (original != nullptr) {
+        EXPECT_EQ(original->pixelCount(), binary->pixelCount());
+        EXPECT_EQ(original->channels(), driver.isColored() ? 3 : 1);
+        EXPECT_EQ(original->colorSpace(),
+                  driver.isColored() ? image::ColorSpace::HSV : image::ColorSpace::None);
+        result.original = bytesOf(*original);
+    }
+    driver.releaseImage();
+    return result;
+}
+
+inline std::string libraryError(const std::string& call, int error)
+{
+    return "Camera error while executing: '" + call +
+           "'. Details: " + std::generic_category().message(error);
+}
+
+/// A test image of the kind that the driver takes.
+inline image::Image pictureFor(const camera::CameraImpl& driver)
+{
+    return driver.isColored() ? image::Image(driver.imageWidth(), driver.imageHeight(), 3,
+                                             image::Format::Planar, image::ColorSpace::HSV)
+                              : image::Image(driver.imageWidth(), driver.imageHeight());
 }
 
 inline void fillRandomly(image::Image& image, unsigned seed)
