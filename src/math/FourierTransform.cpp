@@ -1,5 +1,6 @@
 #include "math/FourierTransform.h"
 
+#include "math/FourierLanes.h"
 #include "math/isqrt.h"
 #include "math/sinPi.h"
 
@@ -292,7 +293,7 @@ void Fourier_Forward_NonEquidistant_Fast(std::span<const Complex<16, 14>> points
     const int middle = (static_cast<int>(coefficients.size()) - 1) / 2;
     std::fill(coefficients.begin(), coefficients.end(), Complex<16, 15>::ZERO);
     coefficients[static_cast<std::size_t>(middle)] = widenedCentre(centre);
-    if (length == fp<32, 15>::ZERO) {
+    if (length == fp<32, 15>::ZERO || transformInLanes(points, length, coefficients)) {
         return;
     }
     for (int first = 1; first <= middle; first += FAST_FREQUENCIES) {
