@@ -1,7 +1,7 @@
 #include "compare/Own.h"
 
 #include "analysis/ContourProperties.h"
-#include "image/Binarization.h"
+#include "image/ByteWindow.h"
 #include "io/serialization/BinaryDecoder.h"
 #include "io/serialization/BinaryEncoder.h"
 #include "io/stream/MemoryInputStream.h"
@@ -83,8 +83,7 @@ void Own::useComparator(const std::string& name)
 
 void Own::threshold(const image::Image& grey)
 {
-    _binary.reshape(grey.width(), grey.height());
-    image::binarize(grey.bytes(), WINDOW, _binary.bytes());
+    _binary.binarize(grey, WINDOW);
 }
 
 void Own::pack()

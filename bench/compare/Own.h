@@ -7,8 +7,8 @@
 #include "compare/Pictures.h"
 #include "core/util/Listener.h"
 #include "database/Database.h"
+#include "image/BinaryImage.h"
 #include "image/CompressedBinaryImage.h"
-#include "image/Image.h"
 
 #include <string>
 #include <vector>
@@ -49,7 +49,7 @@ private:
     analysis::Analyzer _analyzer;
     database::Database _database;
     database::BreakupEvent _result;
-    image::Image _binary;
+    image::BinaryImage _binary;
     image::CompressedBinaryImage _packed;
     analysis::extraction::chaincode::SoftwarePolygonExtractor _extractor;
     analysis::Frame _frame;

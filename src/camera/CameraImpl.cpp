@@ -1,6 +1,6 @@
 #include "camera/CameraImpl.h"
 
-#include "image/Binarization.h"
+#include "image/BinaryImage.h"
 
 namespace tarvik::camera {
 
@@ -16,10 +16,9 @@ void CameraImpl::setConfig(const CameraConfiguration& config)
     onConfigChange(oldConfig, newConfig);
 }
 
-void CameraImpl::encodeImage(const image::Image& grey, image::Image& binary) const
+void CameraImpl::encodeImage(const image::Image& grey, image::BinaryImage& binary) const
 {
-    binary.reshape(grey.width(), grey.height());
-    image::binarize(grey.bytes(), _config.greyWindow(), binary.bytes());
+    binary.binarize(grey, _config.greyWindow());
 }
 
 } // namespace tarvik::camera

@@ -6,6 +6,10 @@
 
 #include <cstdint>
 
+namespace tarvik::image {
+class BinaryImage;
+}
+
 namespace tarvik::camera {
 
 /// Driver of one camera model; made and destroyed by the CameraFactory.
@@ -61,7 +65,7 @@ public:
     void setConfig(const CameraConfiguration& config);
 
     /// Binarizes a grey picture by the configured thresholds.
-    void encodeImage(const image::Image& grey, image::Image& binary) const;
+    void encodeImage(const image::Image& grey, image::BinaryImage& binary) const;
 
 protected:
     [[nodiscard]] bool originalImageNeeded() const { return _originalImageNeeded; }

@@ -1,14 +1,9 @@
 #include "image/CompressedBinaryImage.h"
 
 #include "core/Exception.h"
+#include "image/Packing.h"
 
-#include <array>
-#include <cstddef>
-#include <cstring>
-
-#ifdef __SSE2__
-#include <emmintrin.h>
-#endif
+#include <algorithm>
 
 namespace tarvik::image {
 
@@ -16,56 +11,7 @@ namespace {
 
 constexpr std::size_t WORD_BITS = 32;
 
-#ifdef __SSE2__
-
-/// Bit k of the result is set when pixel k of the 32 is not zero.
-std::uint32_t packWord(const std::uint8_t* pixels)
-{
-    const __m128i zero = _mm_setzero_si128();
-    const auto zeroMask = [&](const std::uint8_t* p) {
-        const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
-        return static_cast<std::uint32_t>(_mm_movemask_epi8(_mm_cmpeq_epi8(bytes, zero)));
-    };
-    return ~(zeroMask(pixels) | zeroMask(pixels + 16) << 16);
-}
-
-#else
-
-static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "the first pixel is the lowest byte");
-
-/// Bit k of the result is set when pixel k of the 32 is not zero.
-std::uint32_t packWord(const std::uint8_t* pixels)
-{
-    std::array<std::uint32_t, 8>
-        words; // NOLINT(cppcoreguidelines-pro-type-member-init): filled at once
-    std::memcpy(words.data(), pixels, sizeof words);
-    std::uint32_t any = 0;
-    for (const std::uint32_t word : words) {
-        any |= word;
-    }
-    if (any == 0) {
-        return 0; // most of a picture is background
-    }
-    std::uint32_t packed = 0;
-    for (std::size_t i = words.size(); i-- > 0;) {
-        // The top bit of each byte that is not zero; the product gathers the four in bits 24
-        // ... 27.
-        const std::uint32_t word = words[i];
-        const std::uint32_t tops = (((word & 0x7F7F7F7FU) + 0x7F7F7F7FU) | word) & 0x80808080U;
-        packed = packed << 4 | ((tops >> 7) * 0x01020408U) >> 24;
-    }
-    return packed;
-}
-
-#endif
-
-/// The same for the last, fewer than 32 pixels.
-std::uint32_t packTail(const std::uint8_t* pixels, std::size_t count)
-{
-    std::array<std::uint8_t, WORD_BITS> padded{};
-    std::memcpy(padded.data(), pixels, count);
-    return packWord(padded.data());
-}
+constexpr ByteWindow NOT_ZERO = ByteWindow::interval(1, 255);
 
 /// Appends groups of at most 32 bits to a word array.
 class BitWriter
@@ -100,12 +46,13 @@ private:
 
 void packRow(const std::uint8_t* pixels, std::size_t count, BitWriter& writer)
 {
+    const WordPacker packer(NOT_ZERO);
     std::size_t done = 0;
     for (; done + WORD_BITS <= count; done += WORD_BITS) {
-        writer.append(packWord(pixels + done), WORD_BITS);
+        writer.append(packer.pack(pixels + done), WORD_BITS);
     }
     if (done < count) {
-        writer.append(packTail(pixels + done, count - done), count - done);
+        writer.append(packer.packTail(pixels + done, count - done), count - done);
     }
 }
 
@@ -140,17 +87,49 @@ void CompressedBinaryImage::load(const Image& image, std::uint16_t x, std::uint1
 
 void CompressedBinaryImage::load(const Image& image)
 {
-    refuseColor(image);
-    reshape(image.width(), image.height());
-    // Rows follow each other without padding here and there.
-    const std::uint8_t* const pixels = image.data();
-    const std::size_t count = image.pixelCount();
-    const std::size_t whole = count / WORD_BITS;
-    for (std::size_t i = 0; i < whole; ++i) {
-        _words[i] = packWord(pixels + i * WORD_BITS);
+    load(image, NOT_ZERO);
+}
+
+void CompressedBinaryImage::load(const Image& grey, ByteWindow window)
+{
+    refuseColor(grey);
+    reshape(grey.width(), grey.height());
+    pack(grey.bytes(), window,
+         _words.data()); // rows follow each other without padding on both sides
+}
+
+void CompressedBinaryImage::unpack(std::span<std::uint8_t> pixels) const
+{
+    for (std::size_t i = 0; i < pixels.size(); ++i) {
+        const bool foreground = (_words[i / WORD_BITS] >> i % WORD_BITS & 1U) != 0;
+        pixels[i] = foreground ? 255 : 0;
     }
-    if (whole < _words.size()) {
-        _words[whole] = packTail(pixels + whole * WORD_BITS, count - whole * WORD_BITS);
+}
+
+void CompressedBinaryImage::clearRow(std::size_t row)
+{
+    const std::size_t end = (row + 1) * _width;
+    for (std::size_t i = row * _width; i < end;) {
+        const std::size_t bit = i % WORD_BITS;
+        const std::size_t count = std::min(WORD_BITS - bit, end - i);
+        _words[i / WORD_BITS] &= ~(~0U >> (WORD_BITS - count) << bit);
+        i += count;
+    }
+}
+
+void CompressedBinaryImage::clearFrame()
+{
+    if (_words.empty()) {
+        return;
+    }
+    const std::size_t width = _width;
+    const std::size_t height = _height;
+    clearRow(0);
+    clearRow(height - 1);
+    // The last pixel of a row and the first one of the next are neighbours.
+    for (std::size_t i = width; i < width * height; i += width) {
+        _words[(i - 1) / WORD_BITS] &= ~(1U << (i - 1) % WORD_BITS);
+        _words[i / WORD_BITS] &= ~(1U << i % WORD_BITS);
     }
 }
 

@@ -1,7 +1,9 @@
 #pragma once
 
+#include "image/ByteWindow.h"
 #include "image/Image.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <span>
 #include <vector>
@@ -20,6 +22,14 @@ public:
               std::uint16_t h);
     /// Packs the whole image.
     void load(const Image& image);
+    /// Thresholds the whole of a grey image: foreground is what lies inside the window.
+    void load(const Image& grey, ByteWindow window);
+
+    /// One byte per pixel again: 255 foreground, 0 background.
+    void unpack(std::span<std::uint8_t> pixels) const;
+
+    /// Makes the first and the last row and column background.
+    void clearFrame();
 
     [[nodiscard]] int width() const { return _width; }
 
@@ -29,6 +39,7 @@ public:
 
 private:
     void reshape(std::uint16_t w, std::uint16_t h);
+    void clearRow(std::size_t row);
 
     std::uint16_t _width = 0;
     std::uint16_t _height = 0;

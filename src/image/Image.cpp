@@ -29,7 +29,7 @@ Image& Image::operator=(const Image& other)
     if (this == &other) {
         return *this;
     }
-    const std::uint8_t* const source = other._data; // may be a view of the buffer kept here
+    const std::uint8_t* const source = other.data(); // may be a view of the buffer kept here
     reshape(other._width, other._height, other._channels, other._format, other._colorSpace);
     if (byteCount() > 0) {
         std::memmove(_data, source, byteCount());
@@ -47,6 +47,8 @@ Image& Image::operator=(Image&& other) noexcept
     if (this == &other) {
         return *this;
     }
+    other.complete();
+    _postponed = false;
     _owned = std::move(other._owned);
     _capacity = std::exchange(other._capacity, 0);
     _data = std::exchange(other._data, nullptr);
@@ -86,6 +88,7 @@ void Image::reshape(std::uint16_t width, std::uint16_t height, std::uint8_t chan
         _owned.reset(size > 0 ? new std::uint8_t[size] : nullptr);
         _capacity = size;
     }
+    _postponed = false;
     _data = _owned.get();
     _width = width;
     _height = height;

@@ -11,6 +11,8 @@
 
 namespace tarvik::image {
 
+class CompressedBinaryImage;
+
 /// Layout of a colour image; the numbers travel on the wire.
 enum class Format : std::uint8_t
 {
@@ -29,6 +31,8 @@ enum class ColorSpace : std::uint8_t
 
 /// A picture of one or three bytes per pixel, rows from the top left corner without padding.
 /// In a binary image a pixel is foreground when its byte is not zero.
+///
+/// Threads: one at a time, for reading as well.
 ///
 /// Owns its pixels, or is a view of a buffer that outlives it, such as a camera's frame buffer.
 /// Copies own their pixels.
@@ -87,20 +91,50 @@ public:
 
     [[nodiscard]] std::size_t byteCount() const { return pixelCount() * _channels; }
 
-    [[nodiscard]] std::uint8_t* data() { return _data; }
+    [[nodiscard]] std::uint8_t* data()
+    {
+        complete();
+        return _data;
+    }
 
-    [[nodiscard]] const std::uint8_t* data() const { return _data; }
+    [[nodiscard]] const std::uint8_t* data() const
+    {
+        complete();
+        return _data;
+    }
 
-    [[nodiscard]] std::span<std::uint8_t> bytes() { return {_data, byteCount()}; }
+    [[nodiscard]] std::span<std::uint8_t> bytes() { return {data(), byteCount()}; }
 
-    [[nodiscard]] std::span<const std::uint8_t> bytes() const { return {_data, byteCount()}; }
+    [[nodiscard]] std::span<const std::uint8_t> bytes() const { return {data(), byteCount()}; }
+
+    /// The pixels of a binary picture, one bit each, as long as nobody has asked for the bytes; may
+    /// be changed. Null: the bytes are what counts.
+    [[nodiscard]] virtual CompressedBinaryImage* packed() { return nullptr; }
 
     /// The pixels follow their description without a count in front. A decoder takes 1 or 3
     /// channels, known formats and at most MAX_BYTES, before it asks for memory.
     template <class S, class Self>
     static void serialize(S& s, Self& self);
 
+protected:
+    /// Puts off filling in the bytes until somebody asks for them: they may never be wanted.
+    void postponeBytes() { _postponed = true; }
+
+    [[nodiscard]] bool bytesPostponed() const { return _postponed; }
+
 private:
+    /// Fills in bytes that were put off.
+    virtual void fill(std::span<std::uint8_t> /*bytes*/) const {}
+
+    void complete() const
+    {
+        if (_postponed) {
+            _postponed = false;
+            fill({_data, byteCount()});
+        }
+    }
+
+    mutable bool _postponed = false;
     std::unique_ptr<std::uint8_t[]> _owned; ///< null in a view
     std::size_t _capacity = 0;              ///< bytes in _owned
     std::uint8_t* _data = nullptr;

@@ -1,5 +1,6 @@
 #include "Support.h"
 #include "camera/CameraException.h"
+#include "image/BinaryImage.h"
 #include "image/Binarization.h"
 #include "support/Thrown.h"
 
@@ -231,7 +232,7 @@ TEST_F(GreyDriverTest, SoftwareBinarizationTakesBothBoundsIn)
     config.thresholdHigh = 200;
     Image grey(4, 1);
     std::ranges::copy(std::array<std::uint8_t, 4>{127, 128, 200, 201}, grey.data());
-    Image binary;
+    image::BinaryImage binary;
     const auto driver = makeDriver(config);
     driver->encodeImage(grey, binary);
     EXPECT_THAT(binary.bytes(), ElementsAre(0, 255, 255, 0));

@@ -2,6 +2,7 @@
 
 #include "camera/sbo/SBO.h"
 #include "camera/sbo/SBOMonochrome.h"
+#include "image/BinaryImage.h"
 
 #include <optional>
 #include <type_traits>
@@ -46,7 +47,7 @@ private:
     static void checkFilter(int result, const char* call);
 
     /// Present while the program binarizes.
-    std::optional<image::Image> _softwareImage;
+    std::optional<image::BinaryImage> _softwareImage;
 };
 
 extern template class GreyThreshold<SBO>;

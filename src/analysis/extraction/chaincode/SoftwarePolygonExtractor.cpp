@@ -40,6 +40,22 @@ void SoftwarePolygonExtractor::clearFrame(image::Image& image, const Region& reg
     }
 }
 
+/// The region's pixels, its frame cleared there and in the image.
+const image::CompressedBinaryImage& SoftwarePolygonExtractor::pack(image::Image& image)
+{
+    image::CompressedBinaryImage* const packed = image.packed();
+    const bool whole = _region.width == image.width() && _region.height == image.height();
+    if (packed != nullptr && whole) {
+        packed->clearFrame();
+        return *packed;
+    }
+    clearFrame(image, _region);
+    _packed.load(image, static_cast<std::uint16_t>(_region.x),
+                 static_cast<std::uint16_t>(_region.y), static_cast<std::uint16_t>(_region.width),
+                 static_cast<std::uint16_t>(_region.height));
+    return _packed;
+}
+
 void SoftwarePolygonExtractor::begin(image::Image& image, const ROI& roi, fp<16, 15> maxError)
 {
     end();
@@ -53,17 +69,11 @@ void SoftwarePolygonExtractor::begin(image::Image& image, const ROI& roi, fp<16,
     _maxError = maxError;
     _grid = PixelGrid(image.width(), image.height());
     _region = clippedRegion(image, roi);
-    clearFrame(image, _region);
-    _packed.load(image, static_cast<std::uint16_t>(_region.x),
-                 static_cast<std::uint16_t>(_region.y), static_cast<std::uint16_t>(_region.width),
-                 static_cast<std::uint16_t>(_region.height));
-    _starts.load(_packed);
-
-    _stride = image.width();
-    _pixels = image.data() + _region.y * _stride + _region.x;
-    for (std::size_t code = 0; code < _pixelOffsets.size(); ++code) {
-        _pixelOffsets[code] = PixelGrid::DY[code] * _stride + PixelGrid::DX[code];
-        _indexOffsets[code] = PixelGrid::DY[code] * _region.width + PixelGrid::DX[code];
+    const image::CompressedBinaryImage& bits = pack(image);
+    _words = bits.words().data();
+    _starts.load(bits);
+    for (std::size_t code = 0; code < _offsets.size(); ++code) {
+        _offsets[code] = PixelGrid::DY[code] * _region.width + PixelGrid::DX[code];
     }
     _active = true;
     findNext(0);
@@ -75,22 +85,15 @@ void SoftwarePolygonExtractor::end()
     _starts.clear();
     _position = 0;
     _inner = false;
-    _pixels = nullptr;
+    _words = nullptr;
 }
 
 void SoftwarePolygonExtractor::findNext(std::size_t from)
 {
     _position = _starts.next(from);
     if (hasNext()) {
-        _inner = *(pixelAt(_position) - _stride) != 0;
+        _inner = foreground(_position - static_cast<std::size_t>(_region.width));
     }
-}
-
-const std::uint8_t* SoftwarePolygonExtractor::pixelAt(std::size_t index) const
-{
-    const auto width = static_cast<std::size_t>(_region.width);
-    return _pixels + static_cast<std::ptrdiff_t>(index / width) * _stride +
-           static_cast<std::ptrdiff_t>(index % width);
 }
 
 Complex<16, 14> SoftwarePolygonExtractor::startPoint() const
@@ -106,26 +109,23 @@ Complex<16, 14> SoftwarePolygonExtractor::startPoint() const
 template <class Consumer>
 void SoftwarePolygonExtractor::trace(Consumer& consumer)
 {
-    const std::uint8_t* const start = pixelAt(_position);
-    const std::uint8_t* pixel = start;
-    auto index = static_cast<std::ptrdiff_t>(_position);
+    std::size_t index = _position;
     unsigned direction = _inner ? 3 : 7;
     do {
-        _starts.pass(static_cast<std::size_t>(index));
+        _starts.pass(index);
         unsigned code = direction;
         unsigned tries = 8;
-        while (pixel[_pixelOffsets[code]] == 0) {
+        while (!foreground(index + static_cast<std::size_t>(_offsets[code]))) {
             code = (code + 1) % 8;
             if (--tries == 0) {
                 findNext(_position); // an isolated pixel has no chain
                 return;
             }
         }
-        pixel += _pixelOffsets[code];
-        index += _indexOffsets[code];
+        index += static_cast<std::size_t>(_offsets[code]);
         consumer.add(static_cast<std::uint8_t>(code));
         direction = (code + 6) % 8;
-    } while (pixel != start);
+    } while (index != _position);
     findNext(_position);
 }
 

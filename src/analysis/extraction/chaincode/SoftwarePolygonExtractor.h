@@ -44,11 +44,16 @@ private:
 
     [[nodiscard]] static Region clippedRegion(const image::Image& image, const ROI& roi);
     static void clearFrame(image::Image& image, const Region& region);
+    [[nodiscard]] const image::CompressedBinaryImage& pack(image::Image& image);
     void findNext(std::size_t from);
     template <class Consumer>
     void trace(Consumer& consumer);
     [[nodiscard]] Complex<16, 14> startPoint() const;
-    [[nodiscard]] const std::uint8_t* pixelAt(std::size_t index) const;
+    [[nodiscard]] bool foreground(std::size_t index) const
+    {
+        return (_words[index / 32] >> index % 32 & 1U) != 0;
+    }
+
 
     bool _active = false;
     PixelGrid _grid{2, 2};
@@ -58,11 +63,9 @@ private:
     image::CompressedBinaryImage _packed;
     ContourStarts _starts;
 
-    /// First pixel of the region in the image that is scanned; between begin() and end() only.
-    const std::uint8_t* _pixels = nullptr;
-    std::ptrdiff_t _stride = 0;
-    std::array<std::ptrdiff_t, 8> _pixelOffsets{}; ///< to the neighbours, in the image
-    std::array<std::ptrdiff_t, 8> _indexOffsets{}; ///< to the neighbours, in the region
+    /// The region's pixels, one bit each, between begin() and end(): in _packed, or in the image.
+    const std::uint32_t* _words = nullptr;
+    std::array<std::ptrdiff_t, 8> _offsets{}; ///< of the neighbours' indices
 
     std::size_t _position = 0; ///< index of the next contour's start in the region
     bool _inner = false;
