@@ -2,9 +2,9 @@
 #include "ExitCode.h"
 #include "LessonText.h"
 #include "ServerOption.h"
-#include "SettingNames.h"
 #include "client/ControlClient.h"
 #include "configuration/ConfigurationFile.h"
+#include "configuration/SettingNames.h"
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
@@ -15,6 +15,9 @@
 namespace tarvik::lab {
 
 using client::ControlClient;
+using configuration::Setting;
+using configuration::settings;
+using configuration::settingsNamed;
 using configuration::SystemConfiguration;
 
 namespace {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/Exception.h"
+#include "configuration/SettingException.h"
 #include "teaching/Teaching.h"
 
 #include <string>
@@ -9,10 +9,10 @@
 namespace tarvik::lab {
 
 /// A text that does not say what it should; the message shows the right form.
-class UsageException : public Exception
+class UsageException : public configuration::SettingException
 {
 public:
-    using Exception::Exception;
+    using SettingException::SettingException;
 };
 
 /// A picture to teach from, and what is special about its part.

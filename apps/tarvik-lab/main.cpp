@@ -1,6 +1,6 @@
 #include "Commands.h"
 #include "ExitCode.h"
-#include "LessonText.h"
+#include "configuration/SettingException.h"
 #include "core/logging/LogManager.h"
 
 #include <CLI/CLI.hpp>
@@ -49,7 +49,7 @@ int main(int argc, char** argv)
         return exitCode;
     } catch (const CLI::ParseError& e) {
         return app.exit(e) == 0 ? DONE : USAGE;
-    } catch (const UsageException& e) {
+    } catch (const tarvik::configuration::SettingException& e) {
         std::cerr << "tarvik-lab: " << e.what() << '\n';
         return USAGE;
     } catch (const std::exception& e) {

@@ -1,7 +1,6 @@
 #pragma once
 
-#include "LessonText.h"
-#include "SettingNames.h"
+#include "configuration/SettingNames.h"
 #include "io/serialization/NumberText.h"
 #include "io/serialization/Serializer.h"
 
@@ -16,7 +15,7 @@
 #include <vector>
 
 /// Two more coders behind the serialize operations, besides XML and binary.
-namespace tarvik::lab {
+namespace tarvik::configuration {
 
 /// The dotted name of the element that a coder has entered.
 class NameStack
@@ -54,10 +53,12 @@ public:
     template <std::integral T>
     void serialize(T value)
     {
-        add(std::to_string(value));
+        using Limits = std::numeric_limits<T>;
+        add(std::to_string(value), Setting::Kind::Whole, static_cast<double>(Limits::min()),
+            static_cast<double>(Limits::max()));
     }
 
-    void serialize(bool value) { add(value ? "true" : "false"); }
+    void serialize(bool value) { add(value ? "true" : "false", Setting::Kind::YesNo, 0, 1); }
 
     /// The fewest decimals that lead back to the same value.
     template <int W, int F>
@@ -73,15 +74,23 @@ public:
                                 std::chars_format::fixed, decimals++);
             std::from_chars(text.data(), end.ptr, reread);
         } while (std::round(reread * SCALE) != static_cast<double>(value.raw()));
-        add(std::string(text.data(), end.ptr));
+        using Limits = std::numeric_limits<typename fp<W, F>::Raw>;
+        add(std::string(text.data(), end.ptr), Setting::Kind::Real, Limits::min() / SCALE,
+            Limits::max() / SCALE);
     }
 
-    void serializeText(const std::string& text, std::size_t /*maxLength*/) { add(text); }
+    void serializeText(const std::string& text, std::size_t /*maxLength*/)
+    {
+        add(text, Setting::Kind::Text, 0, 0);
+    }
 
     [[nodiscard]] std::vector<Setting> take() { return std::move(_settings); }
 
 private:
-    void add(std::string text) { _settings.push_back({_names.name(), std::move(text), {}}); }
+    void add(std::string text, Setting::Kind kind, double least, double most)
+    {
+        _settings.push_back({_names.name(), std::move(text), {}, kind, least, most});
+    }
 
     NameStack _names;
     std::vector<Setting> _settings;
@@ -169,8 +178,8 @@ private:
 
     [[noreturn]] void refuse(const std::string& wanted) const
     {
-        throw UsageException("'" + _text + "' is no value for " + _name + ": it takes " + wanted +
-                             ".");
+        throw SettingException("'" + _text + "' is no value for " + _name + ": it takes " + wanted +
+                               ".");
     }
 
     const std::vector<Setting>& _all;
@@ -180,4 +189,4 @@ private:
     std::size_t _next = 0; ///< of all, the value that comes next
 };
 
-} // namespace tarvik::lab
+} // namespace tarvik::configuration

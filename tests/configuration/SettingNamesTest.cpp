@@ -1,6 +1,6 @@
-#include "SettingNames.h"
+#include "configuration/SettingNames.h"
 
-#include "LessonText.h"
+#include "configuration/SettingGuide.h"
 #include "io/serialization/BinaryEncoder.h"
 #include "io/stream/MemoryOutputStream.h"
 #include "support/Thrown.h"
@@ -9,12 +9,11 @@
 
 #include <gmock/gmock.h>
 
-#include <algorithm>
+#include <string>
 
-namespace tarvik::lab {
+namespace tarvik::configuration {
 namespace {
 
-using configuration::SystemConfiguration;
 using testing::HasSubstr;
 
 std::vector<std::byte> bytes(const SystemConfiguration& configuration)
@@ -62,11 +61,28 @@ TEST(SettingNames, RefusesWhatIsNoValue)
     const auto before = bytes(configuration);
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
-        EXPECT_THAT(test::thrown<UsageException>([&] { change(configuration, c.name, c.text); }),
+        EXPECT_THAT(test::thrown<SettingException>([&] { change(configuration, c.name, c.text); }),
                     HasSubstr(c.refusal));
         EXPECT_EQ(bytes(configuration), before);
     }
 }
 
+TEST(SettingNames, EachHasAGuideWhoseRangeHoldsItsDefault)
+{
+    for (const Setting& setting : settings(SystemConfiguration())) {
+        SCOPED_TRACE(setting.name);
+        const SettingGuide& guide = guideTo(setting.name);
+        EXPECT_STRNE(guide.title, "");
+        EXPECT_THAT(guide.about, testing::EndsWith("."));
+        if (setting.kind == Setting::Kind::Whole || setting.kind == Setting::Kind::Real) {
+            const double value = std::stod(setting.text);
+            EXPECT_GE(value, guide.least.value_or(setting.least));
+            EXPECT_LE(value, guide.most.value_or(setting.most));
+            EXPECT_GE(guide.least.value_or(setting.least), setting.least);
+            EXPECT_LE(guide.most.value_or(setting.most), setting.most);
+        }
+    }
+}
+
 } // namespace
-} // namespace tarvik::lab
+} // namespace tarvik::configuration

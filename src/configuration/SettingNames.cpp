@@ -1,16 +1,14 @@
-#include "SettingNames.h"
+#include "configuration/SettingNames.h"
 
-#include "SettingCoders.h"
+#include "configuration/SettingCoders.h"
+#include "configuration/SettingGuide.h"
 #include "io/serialization/SerializationException.h"
 
 #include <algorithm>
 #include <cctype>
-#include <map>
-#include <string_view>
 
-namespace tarvik::lab {
+namespace tarvik::configuration {
 
-using configuration::SystemConfiguration;
 using database::DatabaseState;
 using io::serialization::field;
 
@@ -38,33 +36,6 @@ void serializeSettings(S& s, SystemConfiguration& c)
     s& field("breakup", c.divider.config) & field("logging", c.logging);
 }
 
-std::string unitOf(const std::string& name)
-{
-    static const std::map<std::string_view, const char*> UNITS{
-        {"AutoSaveInterval", "minutes, 0 for never"},
-        {"Timeout", "seconds, 0 for never"},
-        {"TriggerMode", "0 internal, 1 external"},
-        {"ShutterTime", "microseconds"},
-        {"ThresholdLow", "grey level"},
-        {"ThresholdHigh", "grey level"},
-        {"MinPolygonSize", "half image widths around"},
-        {"MaxPolygonSize", "half image widths around"},
-        {"MaxPolygonError", "squared deviation of a corner, raw"},
-        {"Size", "half image widths"},
-        {"X", "pixels"},
-        {"Y", "pixels"},
-        {"Width", "pixels, 0 for all"},
-        {"Height", "pixels, 0 for all"},
-        {"Rotation", "radians"},
-        {"MaxCutLength", "half image widths"},
-        {"LengthsMaxDiff", "half image widths"},
-        {"AnglesMaxDiff", "radians"},
-        {"DistMaxDiff", "half image widths"},
-    };
-    const auto found = UNITS.find(std::string_view(name).substr(name.rfind('.') + 1));
-    return found == UNITS.end() ? "" : found->second;
-}
-
 std::string lower(std::string text)
 {
     std::ranges::transform(text, text.begin(),
@@ -81,7 +52,7 @@ std::vector<Setting> settings(const SystemConfiguration& configuration)
     serializeSettings(lister, copy);
     std::vector<Setting> all = lister.take();
     for (Setting& setting : all) {
-        setting.unit = unitOf(setting.name);
+        setting.unit = guideTo(setting.name).unit;
     }
     return all;
 }
@@ -97,8 +68,8 @@ std::vector<Setting> settingsNamed(const std::vector<Setting>& all, const std::s
         }
     }
     if (found.empty()) {
-        throw UsageException("There is no setting '" + name +
-                             "'. All of them: tarvik-lab config get");
+        throw SettingException("There is no setting '" + name +
+                               "'. All of them: tarvik-lab config get");
     }
     return found;
 }
@@ -108,17 +79,17 @@ void change(SystemConfiguration& configuration, const std::string& name, const s
     const std::vector<Setting> all = settings(configuration);
     const std::vector<Setting> found = settingsNamed(all, name);
     if (found.size() != 1 || lower(found.front().name) != lower(name)) {
-        throw UsageException("'" + name + "' is a group of settings; name one, such as " +
-                             found.front().name + ".");
+        throw SettingException("'" + name + "' is a group of settings; name one, such as " +
+                               found.front().name + ".");
     }
     SystemConfiguration changed = configuration;
     SettingChanger changer(all, found.front().name, text);
     try {
         serializeSettings(changer, changed);
     } catch (const io::serialization::SerializationException& e) {
-        throw UsageException(e.what());
+        throw SettingException(e.what());
     }
     configuration = changed;
 }
 
-} // namespace tarvik::lab
+} // namespace tarvik::configuration
