@@ -8,7 +8,10 @@ namespace tarvik::sys {
 
 namespace {
 
-DateTime fromBrokenDown(const std::tm& time, suseconds_t microseconds, bool isUTC)
+/// The sub-second part's type differs from suseconds_t where a 32-bit system has 64-bit times.
+using Microseconds = decltype(timeval::tv_usec);
+
+DateTime fromBrokenDown(const std::tm& time, Microseconds microseconds, bool isUTC)
 {
     DateTime result;
     result.milliseconds = static_cast<std::int32_t>(microseconds / 1000);
