@@ -24,6 +24,14 @@ else()
     # GCC 12 sees overlapping copies in the string concatenations of its own library.
     target_compile_options(tarvik_options INTERFACE -Wno-restrict)
 endif()
+if(CMAKE_SIZEOF_VOID_P EQUAL 4)
+    # A camera outlives the year 2038.
+    target_compile_definitions(tarvik_options INTERFACE _TIME_BITS=64 _FILE_OFFSET_BITS=64)
+    # GCC's remarks on how it passed small classes before version 7.
+    target_compile_options(tarvik_options INTERFACE -Wno-psabi)
+    # 64-bit atomics are library calls where the processor has none.
+    target_link_libraries(tarvik_options INTERFACE -l:libatomic.a)
+endif()
 if(TARVIK_SANITIZE)
     target_compile_options(tarvik_options INTERFACE
         -fsanitize=${TARVIK_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
@@ -53,6 +61,26 @@ function(tarvik_test name)
     target_include_directories(${name}-test PRIVATE ${PROJECT_SOURCE_DIR}/tests)
     # What is tested keeps its optimisation; the tests themselves build faster without.
     target_compile_options(${name}-test PRIVATE -O1)
-    gtest_discover_tests(${name}-test TEST_PREFIX "${name}." DISCOVERY_TIMEOUT 60
-        PROPERTIES TIMEOUT 300 ${ARG_PROPERTIES})
+    # Only a test that hangs gets that far. Emulation costs ten times the time and more.
+    set(TIMEOUT 300)
+    if(CMAKE_CROSSCOMPILING_EMULATOR)
+        set(TIMEOUT 3000)
+    endif()
+    gtest_discover_tests(${name}-test TEST_PREFIX "${name}." DISCOVERY_TIMEOUT ${TIMEOUT}
+        PROPERTIES TIMEOUT ${TIMEOUT} ${ARG_PROPERTIES})
+endfunction()
+
+# tarvik_program(tarvik-server PATH): the path by which tests start a program of ours. Where tests run
+# under an emulator it is that of a script that starts the program there, too.
+function(tarvik_program target result)
+    if(NOT CMAKE_CROSSCOMPILING_EMULATOR)
+        set(${result} $<TARGET_FILE:${target}> PARENT_SCOPE)
+        return()
+    endif()
+    set(LAUNCHER ${CMAKE_CURRENT_BINARY_DIR}/emulated/${target})
+    list(JOIN CMAKE_CROSSCOMPILING_EMULATOR " " EMULATOR)
+    file(GENERATE OUTPUT ${LAUNCHER}
+        CONTENT "#!/bin/sh\nexec ${EMULATOR} $<TARGET_FILE:${target}> \"$@\"\n"
+        FILE_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE)
+    set(${result} ${LAUNCHER} PARENT_SCOPE)
 endfunction()
