@@ -30,10 +30,11 @@ bool isByte(const std::string& word)
            std::isxdigit(static_cast<unsigned char>(word[1])) != 0;
 }
 
-/// Appends the bytes in front of a line's comment.
+/// Appends the bytes in front of a line's comment, which three blanks set off.
 void appendBytes(std::string_view line, std::vector<std::byte>& bytes)
 {
-    std::istringstream words{std::string(line)};
+    line.remove_prefix(std::min(line.find_first_not_of(' '), line.size()));
+    std::istringstream words{std::string(line.substr(0, line.find("   ")))};
     std::string word;
     while (words >> word && isByte(word)) {
         bytes.push_back(fromHex(word).front());
