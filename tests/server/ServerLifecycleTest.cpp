@@ -69,6 +69,7 @@ TEST_F(ServerLifecycleTest, StopsThoughEverybodyWaits)
     desk->sendHex("D6 F0 4A"); // half a message id
     const auto lab = this->lab();
     lab->sendHex("3E F3 CF 58 01 00 00 80 02 E0 01"); // a picture without its pixels
+    ASSERT_TRUE(test::eventually([this] { return _server->telnet().localPort() != 0; }));
     test::Peer telnet(_server->telnet().localPort());
     telnet.send("RV O1\r\n");
     ASSERT_TRUE(_log.saw("Telnet (FINE): Request: 'RV O1'"));
