@@ -1,7 +1,7 @@
 /// A plugin of QEMU's user emulation that counts the instructions a program executes between its
 /// calls of count_begin() and count_end().
 ///
-/// A processor without performance counters has no better measure, and the count repeats exactly:
+/// A processor without performance counters has no better measure, and the count repeats:
 /// neither the host nor its load take part. The program has to be single-threaded, and linked at
 /// fixed addresses so that its functions have names; those of shared libraries have none.
 ///
