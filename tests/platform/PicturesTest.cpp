@@ -88,11 +88,26 @@ TEST_F(ScenePictures, ThatCannotBeReadLookLikeAMissingSensorAndSaySo)
     set("OCAMERA_SCENE", _folder);
     EXPECT_THAT(complaint(-ENODEV), HasSubstr("holds no picture"));
 
-    std::ofstream(path("broken.png")) << "this is no picture";
-    set("OCAMERA_SCENE", path("broken.png"));
-    const std::string said = complaint(-ENODEV);
-    EXPECT_THAT(said, HasSubstr("broken.png' cannot be read"));
-    EXPECT_EQ(std::count(said.begin(), said.end(), '\n'), 1);
+    struct BrokenCase
+    {
+        std::string content;
+        std::string why;
+    };
+
+    const std::string header("\x89PNG\r\n\x1A\n\0\0\0\rIHDR\0\0\0\x13\0\0\0\x0B", 24);
+    const BrokenCase cases[] = {
+        {"this is no picture", "(unknown image type)"},
+        {header + std::string(9, '\0'), "(not a picture of a known kind)"}, // no bits per pixel
+        {"P5 16000 16000 255\n", "(it has more than 2048 x 2048 pixels)"},
+    };
+    for (const BrokenCase& c : cases) {
+        SCOPED_TRACE(c.why);
+        std::ofstream(path("broken.png")) << c.content;
+        set("OCAMERA_SCENE", path("broken.png"));
+        const std::string said = complaint(-ENODEV);
+        EXPECT_THAT(said, HasSubstr("broken.png' cannot be read " + c.why));
+        EXPECT_EQ(std::count(said.begin(), said.end(), '\n'), 1);
+    }
 }
 
 TEST_F(ScenePictures, ABrokenOneInTheMiddleCostsItsImageOnly)
