@@ -2,6 +2,7 @@
 
 option(TARVIK_TESTS "Build the tests" ON)
 option(TARVIK_BENCH "Build the benchmarks" OFF)
+option(TARVIK_FUZZ "Build the fuzz targets with libFuzzer, which clang brings" OFF)
 set(TARVIK_SANITIZE "" CACHE STRING "Sanitizers to build with, as for -fsanitize=")
 
 set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR})
