@@ -1,3 +1,4 @@
+#include "PlainBinarization.h"
 #include "image/Binarization.h"
 #include "image/Image.h"
 
@@ -13,6 +14,7 @@
 
 namespace {
 
+using tarvik::bench::Bounds;
 using tarvik::image::ByteWindow;
 using tarvik::image::Image;
 
@@ -35,24 +37,16 @@ Image picture(unsigned seed)
     return image;
 }
 
-bool inInterval(std::uint8_t v, std::uint8_t low, std::uint8_t high)
-{
-    return low <= v && v <= high;
-}
-
 void greyPlain(benchmark::State& state)
 {
     const Image grey = picture(1);
     Image binary(WIDTH, HEIGHT);
-    std::uint8_t low = 128;
+    Bounds window{128, 255};
     bool invert = false;
-    benchmark::DoNotOptimize(low);
+    benchmark::DoNotOptimize(window);
     benchmark::DoNotOptimize(invert);
     for ([[maybe_unused]] auto _ : state) {
-        for (std::size_t i = 0; i < grey.pixelCount(); ++i) {
-            const bool inside = inInterval(grey.data()[i], low, 255);
-            binary.data()[i] = (inside && !invert) || (!inside && invert) ? 255 : 0;
-        }
+        tarvik::bench::binarizePlainly(grey, window, invert, binary);
         benchmark::ClobberMemory();
     }
 }
@@ -73,17 +67,10 @@ void hsvPlain(benchmark::State& state)
     const Image s = picture(2);
     const Image v = picture(3);
     Image binary(WIDTH, HEIGHT);
-    std::uint8_t low = 200;
-    std::uint8_t high = 90;
-    benchmark::DoNotOptimize(low);
-    benchmark::DoNotOptimize(high);
+    std::array<Bounds, 3> windows{{{200, 90}, {64, 196}, {64, 196}}};
+    benchmark::DoNotOptimize(windows);
     for ([[maybe_unused]] auto _ : state) {
-        for (std::size_t i = 0; i < binary.pixelCount(); ++i) {
-            const bool hue = h.data()[i] >= low || h.data()[i] <= high;
-            const bool inside =
-                hue && inInterval(s.data()[i], 64, 196) && inInterval(v.data()[i], 64, 196);
-            binary.data()[i] = inside ? 255 : 0;
-        }
+        tarvik::bench::binarizePlainly(h.data(), s.data(), v.data(), windows, false, binary);
         benchmark::ClobberMemory();
     }
 }
@@ -106,23 +93,10 @@ void neighboursPlain(benchmark::State& state)
 {
     const Image grey = picture(1);
     Image codes(WIDTH, HEIGHT);
-    std::uint8_t low = 128;
-    benchmark::DoNotOptimize(low);
-    constexpr std::array<int, 8> OFFSETS{-WIDTH - 1, -WIDTH, -WIDTH + 1, 1,
-                                         WIDTH + 1,  WIDTH,  WIDTH - 1,  -1};
+    Bounds window{128, 255};
+    benchmark::DoNotOptimize(window);
     for ([[maybe_unused]] auto _ : state) {
-        for (int y = 1; y + 1 < HEIGHT; ++y) {
-            for (int x = 1; x + 1 < WIDTH; ++x) {
-                const std::uint8_t* const pixel = grey.data() + y * WIDTH + x;
-                int code = 0;
-                if (inInterval(*pixel, low, 255)) {
-                    for (std::size_t k = 0; k < OFFSETS.size(); ++k) {
-                        code |= inInterval(pixel[OFFSETS[k]], low, 255) ? 1 << k : 0;
-                    }
-                }
-                codes.data()[y * WIDTH + x] = static_cast<std::uint8_t>(code == 255 ? 0 : code);
-            }
-        }
+        tarvik::bench::encodePlainly(grey, window, codes);
         benchmark::ClobberMemory();
     }
 }
