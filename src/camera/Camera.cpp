@@ -19,6 +19,8 @@ constexpr int FAILURE_PAUSE_MS = 1000;
 constexpr int SOURCE_IDS = 64;
 /// Images that fail in a row before the sensor is opened anew: with the pauses, 2 s.
 constexpr int MAX_FAILED_FETCHES = 3;
+/// Rounds in a row that give way to changes instead of delivering an image.
+constexpr int MAX_POSTPONED = 3;
 
 } // namespace
 
@@ -211,6 +213,16 @@ void Camera::wakeAcquisition()
 bool Camera::changesPending() const
 {
     return _configChanged || _updatePending || _sourceChanged;
+}
+
+/// As a rule; but whoever keeps changing things must not keep everybody else from images.
+bool Camera::changesFirst()
+{
+    if (!changesPending() || _postponed >= MAX_POSTPONED) {
+        return false;
+    }
+    ++_postponed;
+    return true;
 }
 
 const Camera::Report& Camera::report() const
@@ -474,7 +486,7 @@ void Camera::noteFailedFetch()
 bool Camera::beginFetch()
 {
     const MutexLock lock(_mutex);
-    if (!_running || changesPending()) {
+    if (!_running || changesFirst()) {
         return false;
     }
     if (_waitCancelled) {
@@ -491,9 +503,10 @@ std::optional<std::int8_t> Camera::endFetch()
 {
     const MutexLock lock(_mutex);
     _fetching = nullptr;
-    if (!_running || changesPending()) {
+    if (!_running || changesFirst()) {
         return std::nullopt;
     }
+    _postponed = 0;
     return _sourceId;
 }
 

@@ -25,7 +25,8 @@ class CameraImpl;
 ///
 /// The driver belongs to the acquisition thread while that runs, so nobody waits for a wait for an
 /// image: settings and test images are queued, end that wait at once, and act on the next image
-/// delivered; queries answer from a copy of what the driver last reported.
+/// delivered (or, when they come faster than images, one of the next); queries answer from a copy
+/// of what the driver last reported.
 ///
 /// Threads: any, with two exceptions. close() waits for the acquisition thread, so its caller must
 /// not hold a lock that a listener or the hook below takes, nor be a listener. open(), and
@@ -122,6 +123,7 @@ private:
     [[nodiscard]] bool queueConfig(const CameraConfiguration& config);
     void wakeAcquisition() TARVIK_REQUIRES(_mutex);
     [[nodiscard]] bool changesPending() const TARVIK_REQUIRES(_mutex);
+    [[nodiscard]] bool changesFirst() TARVIK_REQUIRES(_mutex);
     [[nodiscard]] const Report& report() const TARVIK_REQUIRES(_mutex);
 
     [[nodiscard]] Driver openedDriver(const CameraConfiguration* config);
@@ -167,6 +169,7 @@ private:
     /// The driver while it may wait for an image.
     CameraImpl* _fetching TARVIK_GUARDED_BY(_mutex) = nullptr;
     bool _waitCancelled TARVIK_GUARDED_BY(_mutex) = false;
+    int _postponed TARVIK_GUARDED_BY(_mutex) = 0; ///< rounds in a row that gave way to changes
 
     CameraConfiguration _wantedConfig TARVIK_GUARDED_BY(_mutex);
     bool _configChanged TARVIK_GUARDED_BY(_mutex) = false;

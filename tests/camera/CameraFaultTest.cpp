@@ -127,10 +127,9 @@ protected:
         using Clock = std::chrono::steady_clock;
         Clock::duration patience = std::chrono::milliseconds(20);
         Clock::time_point next;
-        int before = 0;
+        const int before = _images.seen;
         return eventually([&] {
             if (Clock::now() >= next) {
-                before = _images.seen;
                 _camera.setConfig(config);
                 patience *= 2;
                 next = Clock::now() + patience;

@@ -193,6 +193,43 @@ TEST_F(CameraTest, DeliversOnlyImagesOfTheNewModel)
     }
 }
 
+/// Changes the settings again as soon as they have been changed.
+class RestlessHand : util::Listener<logging::LogEvent>
+{
+public:
+    explicit RestlessHand(Camera& camera) : _camera(camera)
+    {
+        logging::LogManager::globalInstance().addListener(this);
+    }
+
+    RestlessHand(const RestlessHand&) = delete;
+    RestlessHand& operator=(const RestlessHand&) = delete;
+
+    ~RestlessHand() override { logging::LogManager::globalInstance().removeListener(this); }
+
+private:
+    void onEvent(logging::LogEvent& event) override
+    {
+        if (event.entry->message == "Config changed.") {
+            CameraConfiguration config = _camera.latestConfig();
+            ++config.gain;
+            _camera.setConfig(config);
+        }
+    }
+
+    Camera& _camera;
+};
+
+TEST_F(CameraTest, DeliversImagesWhileSomebodyChangesSettingsAllTheTime)
+{
+    _camera.setConfig(configOf(R1B));
+    const RestlessHand hand(_camera);
+    _camera.setConfig(configOf(R2B));
+    EXPECT_TRUE(_recorder.sees([](const Shown& s) { return s.width == 1280; }));
+    EXPECT_TRUE(_recorder.seesAnother());
+    _camera.close();
+}
+
 TEST_F(CameraTest, TriesANewModelUntilItOpens)
 {
     _camera.setConfig(configOf(R1B));
