@@ -2,7 +2,6 @@
 
 #include "analysis/Frame.h"
 #include "core/logging/LogManager.h"
-#include "database/ComparedObject.h"
 #include "database/Database.h"
 
 #include <benchmark/benchmark.h>
@@ -85,9 +84,8 @@ void bareComparison(benchmark::State& state)
     const auto t = std::make_unique<database::Template>(1, makeObject(2));
     t->considerInnerContours = false;
     const database::comparators::AdvancedComparator comparator;
-    const database::ComparedObject compared(object);
     for (auto _ : state) {
-        benchmark::DoNotOptimize(comparator.compare(compared, *t));
+        benchmark::DoNotOptimize(comparator.compare(object, *t));
     }
 }
 

@@ -11,6 +11,7 @@ class Object;
 namespace tarvik::database {
 
 class ComparedObject;
+struct FrequencyErrors;
 class Template;
 
 /// Decides whether an object is an instance of a template, and how well it fits.
@@ -26,8 +27,10 @@ public:
     virtual Comparator& operator=(const Comparator& other) noexcept = default;
     virtual ~Comparator() = default;
 
-    [[nodiscard]] virtual ComparisonResult compare(const ComparedObject& object,
-                                                   const Template& t) const = 0;
+    /// The errors are those between the object and the template. No comparator matches when the
+    /// smaller one exceeds maxError.
+    [[nodiscard]] virtual ComparisonResult compare(const ComparedObject& object, const Template& t,
+                                                   const FrequencyErrors& errors) const = 0;
 
     /// For one comparison of an object; for several make a ComparedObject of it first.
     [[nodiscard]] ComparisonResult compare(const analysis::Object& object, const Template& t) const;

@@ -47,6 +47,7 @@ void DatabaseState::setTemplate(int index, std::shared_ptr<const Template> t)
         throw Exception("Invalid template index.");
     }
     _templates[static_cast<std::size_t>(index)] = std::move(t);
+    templatesChanged();
 }
 
 bool DatabaseState::addTemplate(std::shared_ptr<const Template> t)
@@ -55,6 +56,7 @@ bool DatabaseState::addTemplate(std::shared_ptr<const Template> t)
         return false;
     }
     _templates.push_back(std::move(t));
+    templatesChanged();
     return true;
 }
 
@@ -64,7 +66,14 @@ bool DatabaseState::removeTemplate(int index)
         return false;
     }
     _templates.erase(_templates.begin() + index);
+    templatesChanged();
     return true;
+}
+
+void DatabaseState::clear()
+{
+    _templates.clear();
+    templatesChanged();
 }
 
 std::int32_t DatabaseState::createID() const

@@ -3,6 +3,7 @@
 #include "core/serialization/Fields.h"
 #include "database/ComparatorFactory.h"
 #include "database/DatabaseConfiguration.h"
+#include "database/DescriptorTable.h"
 #include "database/Template.h"
 #include "database/comparators/AdvancedComparator.h"
 
@@ -36,7 +37,7 @@ void serializeComparator(S& s, const char* name, C& comparator)
 class DatabaseState
 {
 public:
-    static constexpr int MAX_TEMPLATES = 32;
+    static constexpr int MAX_TEMPLATES = DescriptorTable::MAX_TEMPLATES;
 
     DatabaseState();
 
@@ -59,6 +60,9 @@ public:
         return _templates;
     }
 
+    /// What objects are compared with first.
+    [[nodiscard]] const DescriptorTable& descriptors() const { return _descriptors; }
+
     [[nodiscard]] int numTemplates() const { return static_cast<int>(_templates.size()); }
 
     /// Throws Exception "Invalid template index." outside 0 ... numTemplates() - 1.
@@ -73,7 +77,7 @@ public:
     /// Later ones move down. False, and nothing changes, for an index out of range.
     bool removeTemplate(int index);
 
-    void clear() { _templates.clear(); }
+    void clear();
 
     /// An identity above all that are stored; 0 when there are none.
     [[nodiscard]] std::int32_t createID() const;
@@ -87,6 +91,8 @@ private:
 
     [[nodiscard]] bool valid(int index) const { return index >= 0 && index < numTemplates(); }
 
+    void templatesChanged() { _descriptors = DescriptorTable(_templates); }
+
     template <class S>
     void decodeComparator(S& s);
     template <class S>
@@ -95,6 +101,7 @@ private:
     DatabaseConfiguration _config;
     std::shared_ptr<const Comparator> _comparator;
     std::vector<std::shared_ptr<const Template>> _templates;
+    DescriptorTable _descriptors; ///< of _templates
 };
 
 template <class S, class Self>
@@ -136,6 +143,7 @@ void DatabaseState::decodeTemplates(S& s, std::int32_t count)
         s& io::serialization::field("Template", *t);
         _templates.push_back(t);
     }
+    templatesChanged();
 }
 
 } // namespace tarvik::database

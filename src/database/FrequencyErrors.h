@@ -14,6 +14,14 @@ class Template;
 /// and sums in 32, so for shapes as unlike as that an error may come out negative.
 struct FrequencyErrors
 {
+    FrequencyErrors() = default;
+
+    FrequencyErrors(fp<32, 30> straightError, fp<32, 30> rotatedError)
+        : straight(straightError),
+          rotated(rotatedError)
+    {}
+
+    /// For one comparison; for several see DescriptorTable.
     FrequencyErrors(const analysis::FourierDescriptor& object, const Template& t);
 
     /// The turned orientation fits better; a tie goes to the other one.

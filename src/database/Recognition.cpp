@@ -7,6 +7,8 @@
 #include "math/polar.h"
 #include "math/sinPi.h"
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdint>
 
 namespace tarvik::database {
@@ -25,15 +27,24 @@ struct Decision
 Decision decide(const DatabaseState& state, const ComparedObject& object)
 {
     Decision decision;
-    for (const auto& t : state.templates()) {
-        const ComparisonResult r = state.comparator()->compare(object, *t);
+    const Comparator& comparator = *state.comparator();
+    DescriptorTable::Errors
+        errors; // NOLINT(cppcoreguidelines-pro-type-member-init): filled at once
+    state.descriptors().compare(object.object().fourierDescriptor(), errors);
+    for (std::size_t i = 0; i < state.templates().size(); ++i) {
+        // What does not match, or is worse than two that do, decides nothing.
+        if (errors[i].smaller() > std::min(comparator.maxError, decision.second)) {
+            continue;
+        }
+        const Template& t = *state.templates()[i];
+        const ComparisonResult r = comparator.compare(object, t, errors[i]);
         if (!r.match) {
             continue;
         }
         if (r.error <= decision.result.error) {
             decision.second = decision.result.error;
             decision.result = r;
-            decision.best = t.get();
+            decision.best = &t;
         } else if (r.error <= decision.second) {
             decision.second = r.error;
         }
@@ -70,7 +81,7 @@ void report(const Template& t, const ComparisonResult& result, const analysis::O
 bool matchSingle(const DatabaseState& state, const ComparedObject& object, Matching& matching)
 {
     const Template& t = *state.templates().front();
-    const ComparisonResult result = state.comparator()->compare(object, t);
+    const ComparisonResult result = state.comparator()->compare(object.object(), t);
     matching.error = result.error.scaleDown<15>(); // tells how far off, also without a match
     if (!result.match) {
         return false;

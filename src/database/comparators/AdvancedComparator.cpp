@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <optional>
 #include <span>
 
 namespace tarvik::database::comparators {
@@ -45,56 +46,46 @@ AdvancedComparator& AdvancedComparator::operator=(const Comparator& other) noexc
     return *this;
 }
 
-ComparisonResult AdvancedComparator::compare(const ComparedObject& object, const Template& t) const
+ComparisonResult AdvancedComparator::compare(const ComparedObject& object, const Template& t,
+                                             const FrequencyErrors& errors) const
 {
-    ComparisonResult result;
-    if (t.considerInnerContours) {
-        const auto rotation = matchInnerContours(object, t);
-        if (!rotation) {
-            return result;
-        }
-        result.rotation = *rotation;
+    fp<32, 15> rotation;
+    if (t.considerInnerContours && !matchInnerContours(object, t, rotation)) {
+        return {};
     }
-    const FrequencyErrors errors(object.object().fourierDescriptor(), t);
-    result.error = errors.smaller();
-    result.match = result.error <= maxError;
     if (errors.rotatedWins() && !correctRotation) {
-        result.rotation = fp<32, 15>::PI;
+        rotation = fp<32, 15>::PI;
     }
-    return result;
+    return {.error = errors.smaller(), .match = errors.smaller() <= maxError, .rotation = rotation};
 }
 
-std::optional<fp<32, 15>> AdvancedComparator::matchInnerContours(const ComparedObject& object,
-                                                                 const Template& t) const
+bool AdvancedComparator::matchInnerContours(const ComparedObject& object, const Template& t,
+                                            fp<32, 15>& rotation) const
 {
     const int count = object.object().innerContourCount();
     if (count != t.innerContourCount()) {
-        return std::nullopt;
+        return false;
     }
     if (count == 0) {
-        return fp<32, 15>::ZERO;
+        return true;
     }
-    if (compareLengths && !agree(t.lengths(), object.lengths(), lengthsMaxDiff)) {
-        return std::nullopt;
-    }
-    if (compareDistances && !agree(t.distances(), object.distances(), distMaxDiff)) {
-        return std::nullopt;
-    }
-    return compareAngles ? matchAngles(object, t) : fp<32, 15>::ZERO;
+    return (!compareLengths || agree(t.lengths(), object.lengths(), lengthsMaxDiff)) &&
+           (!compareDistances || agree(t.distances(), object.distances(), distMaxDiff)) &&
+           (!compareAngles || matchAngles(object, t, rotation));
 }
 
-std::optional<fp<32, 15>> AdvancedComparator::matchAngles(const ComparedObject& object,
-                                                          const Template& t) const
+bool AdvancedComparator::matchAngles(const ComparedObject& object, const Template& t,
+                                     fp<32, 15>& rotation) const
 {
     const auto shift = fittingShift(t.angles(), object.gaps(), anglesMaxDiff);
     if (!shift) {
-        return std::nullopt;
+        return false;
     }
-    if (!correctRotation) {
-        return fp<32, 15>::ZERO;
+    if (correctRotation) {
+        rotation = object.angles()[*shift] - t.firstInnerContourAngle() -
+                   object.object().fourierDescriptor().rotation();
     }
-    return object.angles()[*shift] - t.firstInnerContourAngle() -
-           object.object().fourierDescriptor().rotation();
+    return true;
 }
 
 } // namespace tarvik::database::comparators

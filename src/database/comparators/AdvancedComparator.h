@@ -4,8 +4,6 @@
 #include "database/Comparator.h"
 #include "math/fp.h"
 
-#include <optional>
-
 namespace tarvik::database::comparators {
 
 /// Compares the holes first, as far as the template wants that, and then the outlines.
@@ -21,8 +19,8 @@ public:
     AdvancedComparator& operator=(const Comparator& other) noexcept override;
     ~AdvancedComparator() override = default;
 
-    [[nodiscard]] ComparisonResult compare(const ComparedObject& object,
-                                           const Template& t) const override;
+    [[nodiscard]] ComparisonResult compare(const ComparedObject& object, const Template& t,
+                                           const FrequencyErrors& errors) const override;
 
     bool compareLengths = true;
     bool compareAngles = false;
@@ -48,11 +46,11 @@ public:
     }
 
 private:
-    /// The rotation that the holes give, 0 when they do not tell; nothing when they do not fit.
-    [[nodiscard]] std::optional<fp<32, 15>> matchInnerContours(const ComparedObject& object,
-                                                               const Template& t) const;
-    [[nodiscard]] std::optional<fp<32, 15>> matchAngles(const ComparedObject& object,
-                                                        const Template& t) const;
+    /// Whether the holes fit; if they tell a rotation, sets it.
+    [[nodiscard]] bool matchInnerContours(const ComparedObject& object, const Template& t,
+                                          fp<32, 15>& rotation) const;
+    [[nodiscard]] bool matchAngles(const ComparedObject& object, const Template& t,
+                                   fp<32, 15>& rotation) const;
 };
 
 } // namespace tarvik::database::comparators

@@ -1,13 +1,12 @@
 #include "database/comparators/StereoComparator.h"
 
-#include "database/ComparedObject.h"
 #include "database/FrequencyErrors.h"
 
 namespace tarvik::database::comparators {
 
-ComparisonResult StereoComparator::compare(const ComparedObject& object, const Template& t) const
+ComparisonResult StereoComparator::compare(const ComparedObject& /*object*/, const Template& /*t*/,
+                                           const FrequencyErrors& errors) const
 {
-    const FrequencyErrors errors(object.object().fourierDescriptor(), t);
     return {.error = errors.smaller(),
             .match = errors.smaller() <= maxError,
             .rotation = errors.rotatedWins() ? fp<32, 15>::PI : fp<32, 15>::ZERO};

@@ -11,8 +11,8 @@ public:
     using Comparator::compare;
     using Comparator::operator=;
 
-    [[nodiscard]] ComparisonResult compare(const ComparedObject& object,
-                                           const Template& t) const override;
+    [[nodiscard]] ComparisonResult compare(const ComparedObject& object, const Template& t,
+                                           const FrequencyErrors& errors) const override;
 };
 
 } // namespace tarvik::database::comparators
