@@ -212,8 +212,9 @@ void Analyzer::onEvent(camera::ImageEvent& event)
 void Analyzer::analyze(image::Image& image)
 {
     _frame.beginImage();
+    Extraction extraction(_frame, *_extractor, _config, image, _extractInnerContours);
     _extractor->begin(image, _config.roi, _config.maxPolygonError);
-    Extraction(_frame, *_extractor, _config, image, _extractInnerContours).run();
+    extraction.run();
     _extractor->end();
     if (!_frame.brokenUp()) { // parts of the previous image have nothing to hand on
         _frame.matchObjectIDs();

@@ -119,7 +119,7 @@ void CompressedBinaryImage::clearRow(std::size_t row)
 
 void CompressedBinaryImage::clearFrame()
 {
-    if (_words.empty()) {
+    if (wordCount() == 0) {
         return;
     }
     const std::size_t width = _width;
@@ -138,7 +138,7 @@ void CompressedBinaryImage::reshape(std::uint16_t w, std::uint16_t h)
     if (w == _width && h == _height) {
         return;
     }
-    _words.assign((std::size_t{w} * h + WORD_BITS - 1) / WORD_BITS, 0);
+    _words.assign((std::size_t{w} * h + WORD_BITS - 1) / WORD_BITS + 1, 0);
     _width = w;
     _height = h;
 }

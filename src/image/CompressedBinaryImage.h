@@ -35,9 +35,18 @@ public:
 
     [[nodiscard]] int height() const { return _height; }
 
-    [[nodiscard]] std::span<const std::uint32_t> words() const { return _words; }
+    /// One more word, 0, follows them in memory, so that a few bits may be read across the end.
+    [[nodiscard]] std::span<const std::uint32_t> words() const
+    {
+        return std::span(_words).first(wordCount());
+    }
 
 private:
+    [[nodiscard]] std::size_t wordCount() const
+    {
+        return (std::size_t{_width} * _height + 31) / 32;
+    }
+
     void reshape(std::uint16_t w, std::uint16_t h);
     void clearRow(std::size_t row);
 

@@ -29,8 +29,9 @@ public:
     virtual void begin(image::Image& image, const ROI& roi, fp<16, 15> maxError) = 0;
     virtual void end() = 0;
 
-    /// A hint that a polygon shorter than this is of no use: nextPolygon() may give no points for
-    /// a contour that cannot reach it. 0, as at the start, asks for every polygon.
+    /// A hint before begin() that a polygon shorter than this is of no use: contours that cannot
+    /// reach it may be passed over, and nextPolygon() may give no points for one. 0, as at the
+    /// start, asks for every polygon.
     virtual void setMinLength(fp<32, 15> length) = 0;
 
     /// Traces the current contour into at most points.size() reduced points, absolute and closed,

@@ -1,11 +1,15 @@
 #include "analysis/extraction/chaincode/ContourStarts.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 
 namespace tarvik::analysis::extraction::chaincode {
 
 namespace {
+
+constexpr std::size_t WORD_BITS = 32;
+constexpr std::size_t BLOCK_WORDS = 16;
 
 /// The 32 bits from a bit index on, which may lie outside the words: 0 there.
 std::uint32_t bitsAt(std::span<const std::uint32_t> words, std::ptrdiff_t index)
@@ -26,26 +30,41 @@ std::uint32_t starts(std::uint32_t word, std::uint32_t above, std::uint32_t belo
     return word & ~(above & below);
 }
 
-/// The words that have whole rows on both sides, for a width that is a multiple of 32.
-void findAligned(const std::uint32_t* words, std::ptrdiff_t wordsPerRow, std::ptrdiff_t begin,
-                 std::ptrdiff_t end, std::uint32_t* result)
+/// 16 words that have whole rows on both sides.
+using Block = std::span<const std::uint32_t, BLOCK_WORDS>;
+
+bool anySet(Block words)
 {
-    for (std::ptrdiff_t i = begin; i < end; ++i) {
-        result[i] = starts(words[i], words[i - wordsPerRow], words[i + wordsPerRow]);
+    std::uint32_t any = 0;
+    for (const std::uint32_t word : words) {
+        any |= word;
     }
+    return any != 0;
 }
 
-/// The same for a row of wordsPerRow words and `shift` more bits, 0 < shift < 32.
-void findShifted(const std::uint32_t* words, std::ptrdiff_t wordsPerRow, int shift,
-                 std::ptrdiff_t begin, std::ptrdiff_t end, std::uint32_t* result)
+/// For a width that is a multiple of 32.
+void findAligned(const std::uint32_t* words, std::size_t wordsPerRow, std::uint32_t* result)
 {
-    for (std::ptrdiff_t i = begin; i < end; ++i) {
-        const std::uint32_t above =
-            words[i - wordsPerRow - 1] >> (32 - shift) | words[i - wordsPerRow] << shift;
-        const std::uint32_t below = words[i + wordsPerRow] >> shift | words[i + wordsPerRow + 1]
-                                                                          << (32 - shift);
-        result[i] = starts(words[i], above, below);
+    std::array<std::uint32_t, BLOCK_WORDS> found{}; // tells the compiler that nothing overlaps
+    for (std::size_t i = 0; i < BLOCK_WORDS; ++i) {
+        found[i] = starts(words[i], *(words + i - wordsPerRow), words[i + wordsPerRow]);
     }
+    std::ranges::copy(found, result);
+}
+
+/// For a row of wordsPerRow words and `shift` more bits, 0 < shift < 32.
+void findShifted(const std::uint32_t* words, std::size_t wordsPerRow, int shift,
+                 std::uint32_t* result)
+{
+    std::array<std::uint32_t, BLOCK_WORDS> found{};
+    const std::uint32_t* const up = words - wordsPerRow;
+    const std::uint32_t* const down = words + wordsPerRow;
+    for (std::size_t i = 0; i < BLOCK_WORDS; ++i) {
+        const std::uint32_t above = *(up + i - 1) >> (32 - shift) | up[i] << shift;
+        const std::uint32_t below = down[i] >> shift | down[i + 1] << (32 - shift);
+        found[i] = starts(words[i], above, below);
+    }
+    std::ranges::copy(found, result);
 }
 
 } // namespace
@@ -53,47 +72,76 @@ void findShifted(const std::uint32_t* words, std::ptrdiff_t wordsPerRow, int shi
 void ContourStarts::load(const image::CompressedBinaryImage& image)
 {
     const std::span<const std::uint32_t> words = image.words();
-    const auto count = static_cast<std::ptrdiff_t>(words.size());
-    const std::ptrdiff_t width = image.width();
-    _size = static_cast<std::size_t>(width) * static_cast<std::size_t>(image.height());
+    const std::size_t blocks = (words.size() + BLOCK_WORDS - 1) / BLOCK_WORDS;
+    _size = static_cast<std::size_t>(image.width()) * static_cast<std::size_t>(image.height());
     _words.resize(words.size()); // keeps its storage while the region stays the same
+    _blocks.assign((blocks + WORD_BITS - 1) / WORD_BITS, 0);
+    std::size_t sample = 0; // of one word in each block
+    for (std::size_t block = 0; block < blocks; ++block) {
+        const auto rest = words.subspan(block * BLOCK_WORDS);
+        if (rest.size() < BLOCK_WORDS || anySet(rest.first<BLOCK_WORDS>())) {
+            loadBlock(image, block * BLOCK_WORDS);
+            _blocks[block / WORD_BITS] |= 1U << block % WORD_BITS;
+            sample += _words[block * BLOCK_WORDS] != 0 ? 1U : 0U;
+        }
+    }
+    _dense = 4 * sample > 3 * blocks;
+}
 
-    const std::ptrdiff_t wordsPerRow = width / 32;
-    const auto begin = std::min(wordsPerRow + 1, count);
-    const auto end = std::max(count - wordsPerRow - 1, begin);
-    const auto atEdge = [&](std::ptrdiff_t i) {
-        const auto slot = static_cast<std::size_t>(i);
-        _words[slot] =
-            starts(words[slot], bitsAt(words, 32 * i - width), bitsAt(words, 32 * i + width));
-    };
-    for (std::ptrdiff_t i = 0; i < begin; ++i) {
-        atEdge(i);
-    }
-    if (width % 32 == 0) {
-        findAligned(words.data(), wordsPerRow, begin, end, _words.data());
+void ContourStarts::loadBlock(const image::CompressedBinaryImage& image, std::size_t first)
+{
+    const std::span<const std::uint32_t> words = image.words();
+    const std::ptrdiff_t width = image.width();
+    const auto wordsPerRow = static_cast<std::size_t>(width) / WORD_BITS;
+    const std::size_t end = std::min(first + BLOCK_WORDS, words.size());
+    if (first < wordsPerRow + 1 || first + BLOCK_WORDS + wordsPerRow + 1 > words.size()) {
+        for (std::size_t i = first; i < end; ++i) {
+            const auto bit = static_cast<std::ptrdiff_t>(WORD_BITS * i);
+            _words[i] = starts(words[i], bitsAt(words, bit - width), bitsAt(words, bit + width));
+        }
+    } else if (width % 32 == 0) {
+        findAligned(&words[first], wordsPerRow, &_words[first]);
     } else {
-        findShifted(words.data(), wordsPerRow, static_cast<int>(width % 32), begin, end,
-                    _words.data());
-    }
-    for (std::ptrdiff_t i = end; i < count; ++i) {
-        atEdge(i);
+        findShifted(&words[first], wordsPerRow, static_cast<int>(width % 32), &_words[first]);
     }
 }
 
 void ContourStarts::clear()
 {
-    _words.clear();
-    _size = 0;
+    _size = 0; // the storage stays
 }
 
 std::size_t ContourStarts::next(std::size_t index) const
 {
-    for (std::size_t i = index / 32; i < _words.size(); ++i) {
-        if (_words[i] != 0) {
-            return i * 32 + static_cast<std::size_t>(std::countr_zero(_words[i]));
+    std::size_t i = index / WORD_BITS;
+    while (i < _words.size()) {
+        const std::size_t block = i / BLOCK_WORDS;
+        if ((_blocks[block / WORD_BITS] >> block % WORD_BITS & 1U) == 0) {
+            i = nextBlock(block + 1) * BLOCK_WORDS;
+            continue;
+        }
+        const std::size_t end = std::min((block + 1) * BLOCK_WORDS, _words.size());
+        for (; i < end; ++i) {
+            if (_words[i] != 0) {
+                return i * WORD_BITS + static_cast<std::size_t>(std::countr_zero(_words[i]));
+            }
         }
     }
     return _size;
+}
+
+/// The first one at or behind this that has starts; one behind the last for none.
+std::size_t ContourStarts::nextBlock(std::size_t block) const
+{
+    std::size_t i = block / WORD_BITS;
+    if (i == _blocks.size()) {
+        return block;
+    }
+    std::uint32_t rest = _blocks[i] & ~0U << block % WORD_BITS;
+    while (rest == 0 && ++i < _blocks.size()) {
+        rest = _blocks[i];
+    }
+    return i * WORD_BITS + static_cast<std::size_t>(rest == 0 ? 0 : std::countr_zero(rest));
 }
 
 } // namespace tarvik::analysis::extraction::chaincode

@@ -75,6 +75,12 @@ void SoftwarePolygonExtractor::begin(image::Image& image, const ROI& roi, fp<16,
     for (std::size_t code = 0; code < _offsets.size(); ++code) {
         _offsets[code] = PixelGrid::DY[code] * _region.width + PixelGrid::DX[code];
     }
+    _byTable = StepTable::suits(_region.width) && _starts.dense();
+    if (_byTable) {
+        _steps.setWidth(_region.width);
+    }
+    // What has four steps at most.
+    _skipTiny = _grid.longestPolygon(4) < _minLength.raw();
     _active = true;
     findNext(0);
 }
@@ -91,9 +97,45 @@ void SoftwarePolygonExtractor::end()
 void SoftwarePolygonExtractor::findNext(std::size_t from)
 {
     _position = _starts.next(from);
-    if (hasNext()) {
+    while (hasNext()) {
         _inner = foreground(_position - static_cast<std::size_t>(_region.width));
+        if (!_skipTiny || !passTiny()) {
+            return;
+        }
+        _position = _starts.next(_position);
     }
+}
+
+/// Passes over an isolated pixel, or the four pixels around one of background, as a trace would.
+/// False when there is more to the current contour.
+bool SoftwarePolygonExtractor::passTiny()
+{
+    const auto width = static_cast<std::size_t>(_region.width);
+    if (!_inner && !foreground(_position - width + 1)) {
+        return passIsolated();
+    }
+    // A hole's contour begins above the hole. What counts as an outer one, with foreground at the
+    // upper right, begins below a background pixel and goes round that.
+    const std::size_t middle = _inner ? _position + width : _position - width;
+    const std::array round{middle - width, middle - 1, middle + 1, middle + width};
+    if (!std::ranges::all_of(round, [this](std::size_t i) { return foreground(i); })) {
+        return false;
+    }
+    for (const std::size_t i : round) {
+        _starts.pass(i);
+    }
+    return true;
+}
+
+bool SoftwarePolygonExtractor::passIsolated()
+{
+    for (const std::ptrdiff_t offset : _offsets) {
+        if (foreground(_position + static_cast<std::size_t>(offset))) {
+            return false;
+        }
+    }
+    _starts.pass(_position);
+    return true;
 }
 
 Complex<16, 14> SoftwarePolygonExtractor::startPoint() const
@@ -103,11 +145,21 @@ Complex<16, 14> SoftwarePolygonExtractor::startPoint() const
 }
 
 /// Hands every step of the current contour to the consumer, then goes on to the next contour.
-///
+template <class Consumer>
+void SoftwarePolygonExtractor::trace(Consumer& consumer)
+{
+    if (_byTable) {
+        traceByTable(consumer);
+    } else {
+        traceBySearch(consumer);
+    }
+    findNext(_position);
+}
+
 /// The search at each pixel begins behind the background pixel that ended the previous one, so the
 /// states (pixel, background neighbour) follow each other one to one and come back to the first.
 template <class Consumer>
-void SoftwarePolygonExtractor::trace(Consumer& consumer)
+void SoftwarePolygonExtractor::traceBySearch(Consumer& consumer)
 {
     std::size_t index = _position;
     unsigned direction = _inner ? 3 : 7;
@@ -118,15 +170,30 @@ void SoftwarePolygonExtractor::trace(Consumer& consumer)
         while (!foreground(index + static_cast<std::size_t>(_offsets[code]))) {
             code = (code + 1) % 8;
             if (--tries == 0) {
-                findNext(_position); // an isolated pixel has no chain
-                return;
+                return; // an isolated pixel has no chain
             }
         }
         index += static_cast<std::size_t>(_offsets[code]);
         consumer.add(static_cast<std::uint8_t>(code));
         direction = (code + 6) % 8;
     } while (index != _position);
-    findNext(_position);
+}
+
+template <class Consumer>
+void SoftwarePolygonExtractor::traceByTable(Consumer& consumer)
+{
+    std::size_t index = _position;
+    std::size_t direction = _inner ? 3 : 7;
+    do {
+        _starts.pass(index);
+        const StepTable::Step step = _steps.next(_words, index, direction);
+        if (step.code == 8) {
+            return;
+        }
+        index += static_cast<std::size_t>(std::ptrdiff_t{step.offset});
+        consumer.add(step.code);
+        direction = step.direction;
+    } while (index != _position);
 }
 
 bool SoftwarePolygonExtractor::nextPolygon(std::span<Complex<16, 14>> points, int& count)

@@ -3,6 +3,7 @@
 #include "analysis/extraction/chaincode/ChainCodePolygonExtractor.h"
 #include "analysis/extraction/chaincode/ContourStarts.h"
 #include "analysis/extraction/chaincode/PixelGrid.h"
+#include "analysis/extraction/chaincode/StepTable.h"
 #include "image/CompressedBinaryImage.h"
 
 #include <array>
@@ -46,14 +47,20 @@ private:
     static void clearFrame(image::Image& image, const Region& region);
     [[nodiscard]] const image::CompressedBinaryImage& pack(image::Image& image);
     void findNext(std::size_t from);
+    [[nodiscard]] bool passTiny();
+    [[nodiscard]] bool passIsolated();
     template <class Consumer>
     void trace(Consumer& consumer);
+    template <class Consumer>
+    void traceByTable(Consumer& consumer);
+    template <class Consumer>
+    void traceBySearch(Consumer& consumer);
     [[nodiscard]] Complex<16, 14> startPoint() const;
+
     [[nodiscard]] bool foreground(std::size_t index) const
     {
         return (_words[index / 32] >> index % 32 & 1U) != 0;
     }
-
 
     bool _active = false;
     PixelGrid _grid{2, 2};
@@ -66,6 +73,9 @@ private:
     /// The region's pixels, one bit each, between begin() and end(): in _packed, or in the image.
     const std::uint32_t* _words = nullptr;
     std::array<std::ptrdiff_t, 8> _offsets{}; ///< of the neighbours' indices
+    StepTable _steps;
+    bool _byTable = false;
+    bool _skipTiny = false; ///< pass over isolated pixels and holes of one pixel
 
     std::size_t _position = 0; ///< index of the next contour's start in the region
     bool _inner = false;
