@@ -53,6 +53,28 @@ void Peer::teach(const std::vector<Picture>& pictures)
     }
 }
 
+/// Linked runs come without a hierarchy: holes run the other way round.
+bool Peer::isHole(std::size_t contour) const
+{
+    return _method == cv::CHAIN_APPROX_SIMPLE ? _hierarchy[contour][3] >= 0
+                                              : cv::contourArea(_contours[contour], true) < 0;
+}
+
+int Peer::ownerOf(std::size_t hole) const
+{
+    if (_method == cv::CHAIN_APPROX_SIMPLE) {
+        return _hierarchy[hole][3];
+    }
+    const cv::Point inside = _contours[hole].front();
+    for (std::size_t i = 0; i < _outlineCount; ++i) {
+        const auto& outline = _outlines[i].points; // few points, unlike the contour itself
+        if (cv::pointPolygonTest(outline, inside, false) >= 0) {
+            return static_cast<int>(i);
+        }
+    }
+    return -1;
+}
+
 int Peer::findPolygons(const image::Image& grey)
 {
     const cv::Mat picture(grey.height(), grey.width(), CV_8UC1,
@@ -71,13 +93,14 @@ int Peer::findPolygons(const image::Image& grey)
         if (length < MIN_LENGTH * unit || length > MAX_LENGTH * unit) {
             continue;
         }
-        const bool hole = _hierarchy[i][3] >= 0;
+        const bool hole = isHole(i);
         if (!hole && _outlineCount == MAX_OUTLINES) {
             continue;
         }
         Outline& outline = hole ? next(_holes, _holeCount) : next(_outlines, _outlineCount);
         cv::approxPolyDP(contour, outline.points, MAX_DEVIATION * unit, true);
         outline.contour = static_cast<int>(i);
+        outline.owner = hole ? ownerOf(i) : -1;
     }
     return static_cast<int>(_outlineCount);
 }
@@ -104,7 +127,7 @@ Peer::Coefficients Peer::transform(const std::vector<cv::Point>& points)
     };
     double total = 0;
     for (std::size_t i = 0; i < count; ++i) {
-        total += std::abs(segment(i));
+        total += std::sqrt(std::norm(segment(i)));
     }
     Coefficients sums{};
     std::array<std::complex<double>, FREQUENCIES> before;
@@ -112,7 +135,7 @@ Peer::Coefficients Peer::transform(const std::vector<cv::Point>& points)
     double s = 0;
     for (std::size_t i = 0; i < count; ++i) {
         const std::complex<double> d = segment(i);
-        const double length = std::abs(d);
+        const double length = std::sqrt(std::norm(d));
         if (length == 0) {
             continue;
         }

@@ -42,8 +42,12 @@ private:
     struct Outline
     {
         std::vector<cv::Point> points;
-        int contour = -1; ///< index in _contours; of holes, _hierarchy tells the owner
+        int contour = -1; ///< index in _contours
+        int owner = -1;   ///< of a hole: index in _outlines, or in _contours by _hierarchy
     };
+
+    [[nodiscard]] bool isHole(std::size_t contour) const;
+    [[nodiscard]] int ownerOf(std::size_t hole) const;
 
     [[nodiscard]] static Coefficients transform(const std::vector<cv::Point>& points);
     static void normalize(Coefficients& c);

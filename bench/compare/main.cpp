@@ -148,11 +148,21 @@ bool agree(Sides& sides, const Picture& picture)
     std::printf("%s: %d objects, %d recognised; OpenCV %d and %d, %d recognised\n",
                 picture.name.c_str(), objects, recognized, peerObjects, linkedObjects,
                 peerRecognized);
-    return objects == polygons && objects == peerObjects;
+    return objects == polygons && objects == peerObjects && objects == linkedObjects;
+}
+
+/// Only rows whose text holds TARVIK_BENCH_ROW, when that is set.
+bool wanted(const Row& row)
+{
+    const char* const filter = std::getenv("TARVIK_BENCH_ROW");
+    return filter == nullptr || row.what.find(filter) != std::string::npos;
 }
 
 void add(std::vector<Row>& rows, Row row)
 {
+    if (!wanted(row)) {
+        return;
+    }
     measure(row);
     std::printf("%s", markdown({row}).substr(markdown({}).size()).c_str());
     std::fflush(stdout);
