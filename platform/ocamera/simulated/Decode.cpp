@@ -1,11 +1,18 @@
 #include "ocamera/simulated/Pictures.h"
 
+#include <turbojpeg.h>
+
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
+#include <fstream>
 #include <memory>
 #include <new>
+#include <stdexcept>
 #include <string>
+#include <system_error>
+#include <vector>
 
 namespace {
 
@@ -38,7 +45,7 @@ void* bounded(void* block, std::size_t size)
 #define STB_IMAGE_STATIC
 #define STBI_ONLY_PNG
 #define STBI_ONLY_PNM
-#define STBI_ONLY_JPEG
+#define STBI_NO_STDIO
 #define STBI_MAX_DIMENSIONS 16384
 #define STBI_MALLOC(size) bounded(size)
 #define STBI_REALLOC(block, size) bounded(block, size)
@@ -56,40 +63,118 @@ namespace {
 /// Of a sensor and of a picture from a client, whichever is larger.
 constexpr std::int64_t MAX_PIXELS = std::int64_t{2048} * 2048;
 
+/// Why a picture cannot be read.
+class Refusal : public std::runtime_error
+{
+public:
+    using std::runtime_error::runtime_error;
+};
+
+using Content = std::vector<unsigned char>;
+
+Content contentOf(const std::filesystem::path& file)
+{
+    std::error_code error;
+    const std::uintmax_t size = std::filesystem::file_size(file, error);
+    std::ifstream stream(file, std::ios::binary);
+    if (error || !stream) {
+        throw Refusal("it cannot be opened");
+    }
+    if (size > MAX_BLOCK) {
+        throw Refusal("it has more than 48 MB");
+    }
+    Content content(static_cast<std::size_t>(size));
+    stream.read(reinterpret_cast<char*>(content.data()), // the type that streams want
+                static_cast<std::streamsize>(content.size()));
+    content.resize(static_cast<std::size_t>(stream.gcount()));
+    return content;
+}
+
+/// Room for a picture of this size.
+void reshape(DecodedPicture& picture, int width, int height, int channels)
+{
+    if (width < 1 || height < 1) {
+        throw Refusal("it has no pixels");
+    }
+    if (std::int64_t{width} * height > MAX_PIXELS) {
+        throw Refusal("it has more than 2048 x 2048 pixels");
+    }
+    picture.width = width;
+    picture.height = height;
+    picture.channels = channels;
+    picture.pixels.resize(static_cast<std::size_t>(width) * static_cast<std::size_t>(height) *
+                          static_cast<std::size_t>(channels));
+}
+
+bool isJpeg(const Content& content)
+{
+    return content.size() > 2 && content[0] == 0xFF && content[1] == 0xD8;
+}
+
+DecodedPicture decodeJpeg(const Content& content)
+{
+    const std::unique_ptr<void, decltype(&tjDestroy)> decoder(tjInitDecompress(), &tjDestroy);
+    const auto check = [&decoder](int result) {
+        if (result != 0) {
+            throw Refusal(tjGetErrorStr2(decoder.get()));
+        }
+    };
+    const auto size = static_cast<unsigned long>(content.size());
+    int width = 0;
+    int height = 0;
+    int subsampling = 0;
+    int colours = 0;
+    check(tjDecompressHeader3(decoder.get(), content.data(), size, &width, &height, &subsampling,
+                              &colours));
+    const bool grey = colours == TJCS_GRAY;
+    DecodedPicture picture;
+    reshape(picture, width, height, grey ? 1 : 3);
+    check(tjDecompress2(decoder.get(), content.data(), size, picture.pixels.data(), width, 0,
+                        height, grey ? TJPF_GRAY : TJPF_RGB,
+                        TJFLAG_ACCURATEDCT | TJFLAG_LIMITSCANS));
+    return picture;
+}
+
 /// Not every failure has a reason.
-std::string failureReason()
+[[noreturn]] void failWithReason()
 {
     const char* const reason = stbi_failure_reason();
-    return reason != nullptr && *reason != '\0' ? reason : "not a picture of a known kind";
+    const bool known = reason != nullptr && *reason != '\0';
+    throw Refusal(known ? reason : "not a picture of a known kind");
+}
+
+DecodedPicture decodeOther(const Content& content)
+{
+    const auto size = static_cast<int>(content.size());
+    int width = 0;
+    int height = 0;
+    int channels = 0;
+    if (stbi_info_from_memory(content.data(), size, &width, &height, &channels) == 0) {
+        failWithReason();
+    }
+    DecodedPicture picture;
+    reshape(picture, width, height, channels >= 3 ? 3 : 1);
+    const std::unique_ptr<stbi_uc, decltype(&stbi_image_free)> pixels(
+        stbi_load_from_memory(content.data(), size, &width, &height, &channels, picture.channels),
+        &stbi_image_free);
+    if (pixels == nullptr) {
+        failWithReason();
+    }
+    std::copy_n(pixels.get(), picture.pixels.size(), picture.pixels.begin());
+    return picture;
 }
 
 } // namespace
 
 std::optional<DecodedPicture> decode(const std::filesystem::path& file, std::string& why)
 {
-    DecodedPicture picture;
-    int channels = 0;
-    if (stbi_info(file.c_str(), &picture.width, &picture.height, &channels) == 0) {
-        why = failureReason();
+    try {
+        const Content content = contentOf(file);
+        return isJpeg(content) ? decodeJpeg(content) : decodeOther(content);
+    } catch (const Refusal& e) {
+        why = e.what();
         return std::nullopt;
     }
-    if (std::int64_t{picture.width} * picture.height > MAX_PIXELS) {
-        why = "it has more than 2048 x 2048 pixels";
-        return std::nullopt;
-    }
-    picture.channels = channels >= 3 ? 3 : 1;
-    const std::unique_ptr<stbi_uc, decltype(&stbi_image_free)> pixels(
-        stbi_load(file.c_str(), &picture.width, &picture.height, &channels, picture.channels),
-        &stbi_image_free);
-    if (pixels == nullptr) {
-        why = failureReason();
-        return std::nullopt;
-    }
-    const auto size = static_cast<std::size_t>(picture.width) *
-                      static_cast<std::size_t>(picture.height) *
-                      static_cast<std::size_t>(picture.channels);
-    picture.pixels.assign(pixels.get(), pixels.get() + size);
-    return picture;
 }
 
 DecodedPicture scaled(const DecodedPicture& picture, int width, int height)
