@@ -1,5 +1,6 @@
 #include "camera/CameraException.h"
 #include "core/sys/DateTime.h"
+#include "io/FileException.h"
 #include "io/serialization/XMLDecoder.h"
 #include "io/serialization/XMLEncoder.h"
 #include "server/Server.h"
@@ -133,6 +134,9 @@ void Server::saveConfig()
         log(LogLevel::Info, "Config saved.");
     } catch (const std::exception& e) {
         log(LogLevel::Warning, std::string("Couldn't save configuration. ") + e.what());
+        if (const auto* const failure = dynamic_cast<const io::FileException*>(&e)) {
+            log(LogLevel::Warning, failure->reason());
+        }
     }
 }
 

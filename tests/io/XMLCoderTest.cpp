@@ -1,4 +1,5 @@
 #include "Samples.h"
+#include "io/FileException.h"
 #include "io/serialization/XMLDecoder.h"
 #include "io/serialization/XMLEncoder.h"
 #include "support/TemporaryFolder.h"
@@ -269,11 +270,12 @@ TEST(XMLDecoder, SurvivesHostileDocuments)
     const Case cases[] = {
         {"empty", "", "Error document empty."},
         {"blank", " \n\t", "Error document empty."},
-        {"truncated", "<Data><A>1</A", "Error reading end tag."},
+        {"truncated", "<Data><A>1</A", "Error reading end tag. At the end of the text."},
+        {"mixed up", "<Data>\n  <A>1</B>", "Error reading end tag. Line 2, column 7."},
         {"no root", "<?xml version=\"1.0\" ?>", "(nothing thrown)"},
         {"declaration only begun", "<?xml ", "(nothing thrown)"},
-        {"a zero byte", std::string("<Data>\0</Data>", 14),
-         "The XML document holds a zero byte: it is not text."},
+        {"a zero byte", std::string("<Data>\n\0</Data>", 15),
+         "The XML document holds a zero byte in line 2: it is not text."},
         {"10000 nested elements", nested(10000),
          "The XML document has too many nested levels. Allowed: 256."},
         {"never closed", repeated("<a b='/>' c=\"</a>\">", 10000),
@@ -346,21 +348,36 @@ TEST(XMLEncoder, BuildsNothingThatCouldNotBeLoaded)
               "The XML document has too many nodes. Allowed: 500000.");
 }
 
+/// What it throws, and the reason beside it.
+std::string failureOfSaving(const std::string& path)
+{
+    try {
+        XMLEncoder().saveToFile(path);
+    } catch (const FileException& e) {
+        return std::string(e.what()) + " " + e.reason();
+    }
+    return "(nothing thrown)";
+}
+
 TEST(XMLEncoder, LeavesTheOldFileWhenSavingFails)
 {
     const TemporaryFolder folder;
-    const auto save = [](const std::string& path) {
-        return thrown<IOException>([&] { XMLEncoder().saveToFile(path); });
+    const auto failure = [&folder](const char* name, const char* what) {
+        return "Couldn't save file. '" + (folder / name) + "' cannot be " + what +
+               ". The file stays as it was.";
     };
-    EXPECT_EQ(save(folder / "missing/config.xml"), "Couldn't save file.");
+    EXPECT_EQ(failureOfSaving(folder / "missing/config.xml"),
+              failure("missing/config.xml.tmp", "created: No such file or directory"));
 
     std::filesystem::create_directories(folder / "config.xml/occupied");
-    EXPECT_EQ(save(folder / "config.xml"), "Couldn't save file.") << "cannot be renamed over";
+    EXPECT_EQ(failureOfSaving(folder / "config.xml"),
+              failure("config.xml", "replaced: Is a directory"));
     EXPECT_EQ(folder.fileCount(), 1U) << "nothing temporary stays";
 
     writeFile(folder / "full.xml", "old");
     std::filesystem::create_symlink("/dev/full", folder / "full.xml.tmp");
-    EXPECT_EQ(save(folder / "full.xml"), "Couldn't save file.") << "the disk is full";
+    EXPECT_EQ(failureOfSaving(folder / "full.xml"),
+              failure("full.xml.tmp", "written: No space left on device"));
     EXPECT_EQ(readFile(folder / "full.xml"), "old");
     EXPECT_EQ(folder.fileCount(), 2U) << "nothing temporary stays";
 }

@@ -34,8 +34,8 @@ public:
     /// loadFromString().
     void loadFromFile(const std::string& path);
 
-    /// Throws SerializationException with the XML library's description when the text does not
-    /// parse, or with the limit when it is larger than XMLLimits.h allows.
+    /// Throws SerializationException with the XML library's description and the place when the text
+    /// does not parse, or with the limit when it is larger than XMLLimits.h allows.
     void loadFromString(const std::string& text);
 
     [[nodiscard]] static constexpr bool isEncoder() { return false; }

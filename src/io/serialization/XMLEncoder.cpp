@@ -1,6 +1,6 @@
 #include "io/serialization/XMLEncoder.h"
 
-#include "io/IOException.h"
+#include "io/FileException.h"
 #include "io/serialization/XMLLimits.h"
 
 #include <fcntl.h>
@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <memory>
+#include <system_error>
 
 namespace tarvik::io::serialization {
 
@@ -22,15 +23,29 @@ struct FileCloser
 
 using File = std::unique_ptr<std::FILE, FileCloser>;
 
-/// True when the whole document has reached the disk.
-bool writeDurably(const TiXmlDocument& document, const std::string& path)
+[[noreturn]] void fail(const std::string& path, const char* what)
+{
+    const std::string why = std::generic_category().message(errno);
+    throw FileException("Couldn't save file.", "'" + path + "' cannot be " + what + ": " + why +
+                                                   ". The file stays as it was.");
+}
+
+/// Returns when the whole document has reached the disk.
+void writeDurably(const TiXmlDocument& document, const std::string& path)
 {
     File file(std::fopen(path.c_str(), "wbe"));
-    if (file == nullptr || !document.SaveFile(file.get()) || std::fflush(file.get()) != 0 ||
-        ::fsync(::fileno(file.get())) != 0) {
-        return false;
+    if (file == nullptr) {
+        fail(path, "created");
     }
-    return std::fclose(file.release()) == 0;
+    if (!document.SaveFile(file.get()) || std::fflush(file.get()) != 0) {
+        fail(path, "written");
+    }
+    if (::fsync(::fileno(file.get())) != 0) {
+        fail(path, "flushed to the disk");
+    }
+    if (std::fclose(file.release()) != 0) {
+        fail(path, "closed");
+    }
 }
 
 /// Makes the renaming itself survive a power cut.
@@ -74,9 +89,14 @@ void XMLEncoder::addText(const std::string& text)
 void XMLEncoder::saveToFile(const std::string& path) const
 {
     const std::string temporary = path + ".tmp";
-    if (!writeDurably(_document, temporary) || std::rename(temporary.c_str(), path.c_str()) != 0) {
+    try {
+        writeDurably(_document, temporary);
+        if (std::rename(temporary.c_str(), path.c_str()) != 0) {
+            fail(path, "replaced");
+        }
+    } catch (...) {
         ::unlink(temporary.c_str());
-        throw IOException("Couldn't save file.");
+        throw;
     }
     flushFolderOf(path);
 }

@@ -98,8 +98,11 @@ void checkXMLLimits(std::string_view text)
         throw SerializationException("The XML document is too large. Allowed: " +
                                      std::to_string(XMLLimits::MAX_BYTES) + " bytes.");
     }
-    if (text.find('\0') != std::string_view::npos) {
-        throw SerializationException("The XML document holds a zero byte: it is not text.");
+    if (const std::size_t zero = text.find('\0'); zero != std::string_view::npos) {
+        const std::string_view before = text.substr(0, zero);
+        const auto line = 1 + std::count(before.begin(), before.end(), '\n');
+        throw SerializationException("The XML document holds a zero byte in line " +
+                                     std::to_string(line) + ": it is not text.");
     }
     Scanner(text).run();
 }
