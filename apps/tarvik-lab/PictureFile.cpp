@@ -1,10 +1,10 @@
 #include "PictureFile.h"
 
+#include "picturefile/PictureFile.h"
+
 #include <algorithm>
 #include <array>
 #include <cctype>
-#include <memory>
-#include <new>
 #include <span>
 #include <system_error>
 
@@ -17,16 +17,6 @@
 #pragma GCC diagnostic ignored "-Wmissing-field-initializers"
 #pragma GCC diagnostic ignored "-Wunused-but-set-variable"
 #pragma GCC diagnostic ignored "-Wextra"
-#define STB_IMAGE_IMPLEMENTATION
-#define STB_IMAGE_STATIC
-#define STBI_ONLY_PNG
-#define STBI_ONLY_PNM
-#define STBI_ONLY_JPEG
-#define STBI_MAX_DIMENSIONS 16384
-#include <stb/stb_image.h>
-#define STB_IMAGE_RESIZE_IMPLEMENTATION
-#define STB_IMAGE_RESIZE_STATIC
-#include <stb/stb_image_resize.h>
 #define STB_IMAGE_WRITE_IMPLEMENTATION
 #define STB_IMAGE_WRITE_STATIC
 #include <stb/stb_image_write.h>
@@ -127,28 +117,16 @@ std::vector<fs::path> pictureFiles(const std::vector<std::string>& filesAndFolde
 
 Image readPicture(const fs::path& file)
 {
-    int width = 0;
-    int height = 0;
-    int channels = 0;
-    const auto fail = [&file](const std::string& why) {
-        return PictureException("Cannot read picture '" + file.string() + "': " + why +
-                                ". PNG, JPEG, PGM and PPM can be read.");
-    };
-    if (stbi_info(file.c_str(), &width, &height, &channels) == 0) {
-        throw fail(stbi_failure_reason());
+    std::string why;
+    const auto picture = picturefile::decode(file, picturefile::MOST_PIXELS, why);
+    if (!picture || picture->width > MAX_SIDE || picture->height > MAX_SIDE) {
+        throw PictureException("Cannot read picture '" + file.string() +
+                               "': " + (picture ? "it is too large" : why) +
+                               ". PNG, JPEG, PGM and PPM can be read.");
     }
-    if (width > MAX_SIDE || height > MAX_SIDE) {
-        throw fail("it is too large");
-    }
-    const int wanted = channels >= 3 ? 3 : 1;
-    const std::unique_ptr<stbi_uc, decltype(&stbi_image_free)> pixels(
-        stbi_load(file.c_str(), &width, &height, &channels, wanted), &stbi_image_free);
-    if (pixels == nullptr) {
-        throw fail(stbi_failure_reason());
-    }
-    Image picture = make(width, height, wanted);
-    std::copy_n(pixels.get(), picture.byteCount(), picture.data());
-    return picture;
+    Image result = make(picture->width, picture->height, picture->channels);
+    std::ranges::copy(picture->pixels, result.data());
+    return result;
 }
 
 void writePng(const fs::path& file, const Image& picture)
@@ -164,11 +142,8 @@ void writePng(const fs::path& file, const Image& picture)
 Image scaled(const Image& picture, std::uint16_t width, std::uint16_t height)
 {
     Image result = make(width, height, picture.channels());
-    // The library fails only for want of memory.
-    if (stbir_resize_uint8(picture.data(), picture.width(), picture.height(), 0, result.data(),
-                           width, height, 0, picture.channels()) == 0) {
-        throw std::bad_alloc();
-    }
+    picturefile::resize(picture.data(), picture.width(), picture.height(), result.data(), width,
+                        height, picture.channels());
     return result;
 }
 
@@ -180,7 +155,8 @@ Image toGrey(const Image& picture)
     Image grey(picture.width(), picture.height());
     for (std::size_t i = 0; i < grey.byteCount(); ++i) {
         const Rgb c = pixel(picture, i);
-        grey.data()[i] = static_cast<std::uint8_t>((77 * c.red + 150 * c.green + 29 * c.blue) >> 8);
+        grey.data()[i] =
+            static_cast<std::uint8_t>((77 * c.red + 150 * c.green + 29 * c.blue + 128) >> 8);
     }
     return grey;
 }

@@ -1,23 +1,32 @@
 #include "ocamera/simulated/Pictures.h"
 
+#include "picturefile/PictureFile.h"
+
 #include <algorithm>
 #include <array>
 #include <cctype>
 #include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <optional>
 #include <string>
 #include <system_error>
+#include <vector>
 
 namespace OCamera::simulated {
 
 namespace {
 
 namespace fs = std::filesystem;
+using picturefile::DecodedPicture;
 
 constexpr std::array SUFFIXES{".png", ".pgm", ".ppm", ".pnm", ".jpg", ".jpeg"};
 
 /// Pictures kept in memory, so that a short loop costs no time; longer ones are read as they play.
 constexpr std::size_t MAX_KEPT = 64;
 constexpr std::size_t MAX_KEPT_BYTES = std::size_t{96} << 20;
+/// More than any sensor has; what is larger costs more time than an image has.
+constexpr std::int64_t MAX_PIXELS = std::int64_t{2048} * 2048;
 
 std::size_t keptOf(std::size_t files, int width, int height)
 {
@@ -110,13 +119,13 @@ private:
             return &place;
         }
         std::string why;
-        std::optional<DecodedPicture> decoded = decode(_files[index], why);
+        std::optional<DecodedPicture> decoded = picturefile::decode(_files[index], MAX_PIXELS, why);
         if (!decoded) {
             complainOnce(index, why);
             return nullptr;
         }
         const bool fits = decoded->width == _width && decoded->height == _height;
-        place = fits ? std::move(*decoded) : scaled(*decoded, _width, _height);
+        place = fits ? std::move(*decoded) : picturefile::scaled(*decoded, _width, _height);
         return &place;
     }
 

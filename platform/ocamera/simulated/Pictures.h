@@ -3,11 +3,8 @@
 #include "ocamera/simulated/Settings.h"
 
 #include <cstdint>
-#include <filesystem>
 #include <memory>
-#include <optional>
 #include <span>
-#include <vector>
 
 namespace OCamera::simulated {
 
@@ -36,21 +33,5 @@ public:
 /// what to do, has been said on standard error.
 [[nodiscard]] std::unique_ptr<Pictures> openPictures(const Settings& settings, int width,
                                                      int height);
-
-/// A decoded picture: one byte per pixel, or red, green, blue of each.
-struct DecodedPicture
-{
-    int width = 0;
-    int height = 0;
-    int channels = 1; ///< 1 or 3
-    std::vector<std::uint8_t> pixels;
-};
-
-/// Reads a PNG, JPEG, PGM or PPM file. `why` says what is wrong when nothing is returned.
-[[nodiscard]] std::optional<DecodedPicture> decode(const std::filesystem::path& file,
-                                                   std::string& why);
-
-/// Brings a picture to another size, smoothly.
-[[nodiscard]] DecodedPicture scaled(const DecodedPicture& picture, int width, int height);
 
 } // namespace OCamera::simulated

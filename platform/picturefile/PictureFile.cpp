@@ -1,4 +1,4 @@
-#include "ocamera/simulated/Pictures.h"
+#include "picturefile/PictureFile.h"
 
 #include <turbojpeg.h>
 
@@ -56,12 +56,9 @@ void* bounded(void* block, std::size_t size)
 #include <stb/stb_image_resize.h>
 #pragma GCC diagnostic pop
 
-namespace OCamera::simulated {
+namespace picturefile {
 
 namespace {
-
-/// Of a sensor and of a picture from a client, whichever is larger.
-constexpr std::int64_t MAX_PIXELS = std::int64_t{2048} * 2048;
 
 /// Why a picture cannot be read.
 class Refusal : public std::runtime_error
@@ -91,13 +88,13 @@ Content contentOf(const std::filesystem::path& file)
 }
 
 /// Room for a picture of this size.
-void reshape(DecodedPicture& picture, int width, int height, int channels)
+void reshape(DecodedPicture& picture, int width, int height, int channels, std::int64_t maxPixels)
 {
     if (width < 1 || height < 1) {
         throw Refusal("it has no pixels");
     }
-    if (std::int64_t{width} * height > MAX_PIXELS) {
-        throw Refusal("it has more than 2048 x 2048 pixels");
+    if (std::int64_t{width} * height > maxPixels) {
+        throw Refusal("it has more than " + std::to_string(maxPixels) + " pixels");
     }
     picture.width = width;
     picture.height = height;
@@ -111,7 +108,7 @@ bool isJpeg(const Content& content)
     return content.size() > 2 && content[0] == 0xFF && content[1] == 0xD8;
 }
 
-DecodedPicture decodeJpeg(const Content& content)
+DecodedPicture decodeJpeg(const Content& content, std::int64_t maxPixels)
 {
     const std::unique_ptr<void, decltype(&tjDestroy)> decoder(tjInitDecompress(), &tjDestroy);
     const auto check = [&decoder](int result) {
@@ -128,7 +125,7 @@ DecodedPicture decodeJpeg(const Content& content)
                               &colours));
     const bool grey = colours == TJCS_GRAY;
     DecodedPicture picture;
-    reshape(picture, width, height, grey ? 1 : 3);
+    reshape(picture, width, height, grey ? 1 : 3, maxPixels);
     check(tjDecompress2(decoder.get(), content.data(), size, picture.pixels.data(), width, 0,
                         height, grey ? TJPF_GRAY : TJPF_RGB,
                         TJFLAG_ACCURATEDCT | TJFLAG_LIMITSCANS));
@@ -143,7 +140,7 @@ DecodedPicture decodeJpeg(const Content& content)
     throw Refusal(known ? reason : "not a picture of a known kind");
 }
 
-DecodedPicture decodeOther(const Content& content)
+DecodedPicture decodeOther(const Content& content, std::int64_t maxPixels)
 {
     const auto size = static_cast<int>(content.size());
     int width = 0;
@@ -153,7 +150,7 @@ DecodedPicture decodeOther(const Content& content)
         failWithReason();
     }
     DecodedPicture picture;
-    reshape(picture, width, height, channels >= 3 ? 3 : 1);
+    reshape(picture, width, height, channels >= 3 ? 3 : 1, maxPixels);
     const std::unique_ptr<stbi_uc, decltype(&stbi_image_free)> pixels(
         stbi_load_from_memory(content.data(), size, &width, &height, &channels, picture.channels),
         &stbi_image_free);
@@ -166,14 +163,24 @@ DecodedPicture decodeOther(const Content& content)
 
 } // namespace
 
-std::optional<DecodedPicture> decode(const std::filesystem::path& file, std::string& why)
+std::optional<DecodedPicture> decode(const std::filesystem::path& file, std::int64_t maxPixels,
+                                     std::string& why)
 {
     try {
         const Content content = contentOf(file);
-        return isJpeg(content) ? decodeJpeg(content) : decodeOther(content);
+        return isJpeg(content) ? decodeJpeg(content, maxPixels) : decodeOther(content, maxPixels);
     } catch (const Refusal& e) {
         why = e.what();
         return std::nullopt;
+    }
+}
+
+void resize(const std::uint8_t* from, int width, int height, std::uint8_t* to, int newWidth,
+            int newHeight, int channels)
+{
+    // The library fails only for want of memory.
+    if (stbir_resize_uint8(from, width, height, 0, to, newWidth, newHeight, 0, channels) == 0) {
+        throw std::bad_alloc();
     }
 }
 
@@ -182,12 +189,9 @@ DecodedPicture scaled(const DecodedPicture& picture, int width, int height)
     DecodedPicture result{width, height, picture.channels, {}};
     result.pixels.resize(static_cast<std::size_t>(width) * static_cast<std::size_t>(height) *
                          static_cast<std::size_t>(picture.channels));
-    // The library fails only for want of memory.
-    if (stbir_resize_uint8(picture.pixels.data(), picture.width, picture.height, 0,
-                           result.pixels.data(), width, height, 0, picture.channels) == 0) {
-        throw std::bad_alloc();
-    }
+    resize(picture.pixels.data(), picture.width, picture.height, result.pixels.data(), width,
+           height, picture.channels);
     return result;
 }
 
-} // namespace OCamera::simulated
+} // namespace picturefile
