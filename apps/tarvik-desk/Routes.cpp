@@ -12,6 +12,9 @@
 #include <httplib.h>
 
 #include <charconv>
+#include <chrono>
+#include <cstdio>
+#include <optional>
 
 namespace tarvik::desk {
 
@@ -252,20 +255,36 @@ Json fitAnswer(Desk& desk, const Json& request)
     return json;
 }
 
+/// Exactly a time that exists: the camera would take 32 January for 1 February.
+std::optional<sys::DateTime> parseTime(const std::string& text)
+{
+    sys::DateTime t;
+    int used = 0;
+    const int fields = std::sscanf(text.c_str(), "%4d-%2d-%2dT%2d:%2d:%2d%n", &t.year, &t.month,
+                                   &t.day, &t.hours, &t.minutes, &t.seconds, &used);
+    if (fields != 6 || static_cast<std::size_t>(used) != text.size()) {
+        return std::nullopt;
+    }
+    const std::chrono::year_month_day date{std::chrono::year(t.year),
+                                           std::chrono::month(static_cast<unsigned>(t.month)),
+                                           std::chrono::day(static_cast<unsigned>(t.day))};
+    const auto within = [](int value, int end) { return value >= 0 && value < end; };
+    const bool exists = date.ok() && t.month > 0 && t.day > 0 && t.year >= 1970 &&
+                        within(t.hours, 24) && within(t.minutes, 60) && within(t.seconds, 60);
+    return exists ? std::optional(t) : std::nullopt;
+}
+
 sys::DateTime timeOf(const Json& request)
 {
     const auto text = textField(request, "time");
     if (!text) {
         return sys::DateTime::localTime();
     }
-    sys::DateTime t;
-    int used = 0;
-    const int fields = std::sscanf(text->c_str(), "%4d-%2d-%2dT%2d:%2d:%2d%n", &t.year, &t.month,
-                                   &t.day, &t.hours, &t.minutes, &t.seconds, &used);
-    if (fields != 6 || static_cast<std::size_t>(used) != text->size() || !t.toEpochSeconds()) {
+    const auto time = parseTime(*text);
+    if (!time) {
         throw ApiError("time", *text, "local time like 2026-12-24T13:58:59");
     }
-    return t;
+    return *time;
 }
 
 } // namespace
