@@ -7,14 +7,14 @@ set(TARVIK_SANITIZE "" CACHE STRING "Sanitizers to build with, as for -fsanitize
 
 set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR})
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
-set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 
+include(cmake/Hardening.cmake)
 find_package(Threads REQUIRED)
 
 add_library(tarvik_options INTERFACE)
 target_compile_features(tarvik_options INTERFACE cxx_std_20)
 target_include_directories(tarvik_options INTERFACE ${PROJECT_SOURCE_DIR}/src)
-target_link_libraries(tarvik_options INTERFACE Threads::Threads)
+target_link_libraries(tarvik_options INTERFACE Threads::Threads tarvik_hardening)
 target_compile_options(tarvik_options INTERFACE
     -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wnon-virtual-dtor -Woverloaded-virtual -Werror
     # The few floating-point spots agree to the bit on every machine only without fused operations.
