@@ -11,6 +11,7 @@
 #include <new>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <system_error>
 #include <vector>
 
@@ -132,12 +133,13 @@ DecodedPicture decodeJpeg(const Content& content, std::int64_t maxPixels)
     return picture;
 }
 
-/// Not every failure has a reason.
 [[noreturn]] void failWithReason()
 {
     const char* const reason = stbi_failure_reason();
-    const bool known = reason != nullptr && *reason != '\0';
-    throw Refusal(known ? reason : "not a picture of a known kind");
+    if (reason == nullptr || *reason == '\0' || std::string_view(reason) == "unknown image type") {
+        throw Refusal("not a picture of a known kind");
+    }
+    throw Refusal(reason);
 }
 
 DecodedPicture decodeOther(const Content& content, std::int64_t maxPixels)

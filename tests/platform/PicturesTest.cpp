@@ -96,7 +96,7 @@ TEST_F(ScenePictures, ThatCannotBeReadLookLikeAMissingSensorAndSaySo)
 
     const std::string header("\x89PNG\r\n\x1A\n\0\0\0\rIHDR\0\0\0\x13\0\0\0\x0B", 24);
     const BrokenCase cases[] = {
-        {"this is no picture", "(unknown image type)"},
+        {"this is no picture", "(not a picture of a known kind)"},
         {header + std::string(9, '\0'), "(not a picture of a known kind)"}, // no bits per pixel
         {"P5 0 480 255\n", "(it has no pixels)"},
         {"P5 16000 16000 255\n", "(it has more than 2048 x 2048 pixels)"},
