@@ -1,5 +1,7 @@
 #include "server/ConnectionTester.h"
 
+#include "core/util/succeeds.h"
+
 #include <exception>
 #include <string>
 
@@ -22,7 +24,7 @@ ConnectionTester::~ConnectionTester()
 void ConnectionTester::run()
 {
     while (_running) {
-        tick();
+        static_cast<void>(util::succeeds([this] { tick(); }));
         static_cast<void>(_stop.wait(_periodMs));
     }
 }

@@ -126,6 +126,8 @@ private:
     void connect();
     void serve();
     void lost(const std::string& failure);
+    /// Disconnects, come what may.
+    void drop();
     void disconnect();
     void distribute(const breakup::FrameProcessedEvent& event);
 

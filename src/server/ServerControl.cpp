@@ -1,3 +1,4 @@
+#include "core/util/succeeds.h"
 #include "server/Server.h"
 #include "server/messages/ComponentMessages.h"
 #include "server/messages/Notifications.h"
@@ -51,10 +52,12 @@ void Server::run()
                 connect();
             }
         } catch (const std::exception& e) {
-            lost(e.what());
+            if (!util::succeeds([&] { lost(e.what()); })) {
+                drop();
+            }
         }
     }
-    disconnect();
+    drop();
 }
 
 void Server::connect()
@@ -105,6 +108,13 @@ void Server::lost(const std::string& failure)
                                                    : "Error sending data. " + sendFailure);
     }
     disconnect();
+}
+
+void Server::drop()
+{
+    if (!util::succeeds([this] { disconnect(); })) {
+        _client.close();
+    }
 }
 
 void Server::disconnect()

@@ -1,6 +1,7 @@
 #include "server/TarvikLabServer.h"
 
 #include "camera/Camera.h"
+#include "core/util/succeeds.h"
 #include "server/messages/LabMessages.h"
 #include "server/messages/Notifications.h"
 #include "server/messages/ServerMessages.h"
@@ -85,10 +86,12 @@ void TarvikLabServer::run()
                 connect();
             }
         } catch (const std::exception& e) {
-            lost(e.what());
+            if (!util::succeeds([&] { lost(e.what()); })) {
+                drop();
+            }
         }
     }
-    disconnect();
+    drop();
 }
 
 void TarvikLabServer::setStreamingSettings(const StreamingSettings& settings)
@@ -199,6 +202,13 @@ void TarvikLabServer::lost(const std::string& failure)
     if (_running && hadClient) {
         log(LogLevel::Warning, sendFailure.empty() ? "Lost connection to TarvikLab. " + failure
                                                    : "Error sending response. " + sendFailure);
+    }
+}
+
+void TarvikLabServer::drop()
+{
+    if (!util::succeeds([this] { disconnect(); })) {
+        _client.close();
     }
 }
 

@@ -91,6 +91,8 @@ private:
     void connect();
     void serve();
     void lost(const std::string& failure);
+    /// Disconnects, come what may.
+    void drop();
     void disconnect();
     [[nodiscard]] bool takeAwaited(std::int8_t sourceId);
 

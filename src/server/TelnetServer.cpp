@@ -1,5 +1,6 @@
 #include "server/TelnetServer.h"
 
+#include "core/util/succeeds.h"
 #include "io/net/SocketException.h"
 #include "server/TaughtValues.h"
 
@@ -64,7 +65,10 @@ void TelnetServer::stop()
 void TelnetServer::run()
 {
     while (_running) {
-        serveOneClient();
+        if (!util::succeeds([this] { serveOneClient(); }) &&
+            !util::succeeds([this] { hangUp(); })) {
+            _socket.close();
+        }
     }
 }
 

@@ -323,7 +323,8 @@ TEST_F(HostilePeerTest, StaysTheSameUnderManyConnects)
                     port, connects, static_cast<long long>(growth / 1024),
                     static_cast<long long>(program.openFiles() - files),
                     static_cast<long long>(wait));
-        EXPECT_EQ(program.openFiles(), files);
+        // The last of them may still be being let go.
+        EXPECT_TRUE(test::eventually([&] { return program.openFiles() <= files; }));
         if (OWN_MEMORY_ONLY) {
             EXPECT_LT(growth, 1 << 20);
         }

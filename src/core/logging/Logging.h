@@ -2,7 +2,6 @@
 
 #include "core/logging/LogEntry.h"
 
-#include <string>
 #include <string_view>
 
 namespace tarvik::logging {
@@ -21,7 +20,7 @@ protected:
     Logging& operator=(const Logging&) = default;
 
     /// Makes an entry with the local time. Never throws.
-    void log(LogLevel level, std::string message) const noexcept;
+    void log(LogLevel level, std::string_view message) const noexcept;
 
 private:
     Log* _log; ///< lives in the global manager until process exit
