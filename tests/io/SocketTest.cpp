@@ -3,6 +3,7 @@
 #include "io/net/UDPSocket.h"
 #include "support/Eventually.h"
 #include "support/Hex.h"
+#include "support/OwnName.h"
 #include "support/Thrown.h"
 
 #include <gtest/gtest.h>
@@ -95,7 +96,11 @@ TEST(TCPSocket, NamesWhatFailed)
     socket.open();
     EXPECT_EQ(failure([&] { socket.open(); }), "Socket already open.");
     EXPECT_EQ(failure([&] { socket.bind(LOOPBACK, port); }),
-              "Binding socket failed. Details: Address already in use");
+              "Binding socket failed. Details: Address already in use (TCP port " +
+                  std::to_string(port) + ", held by " + ownName() + ")");
+    EXPECT_EQ(failure([&] { socket.bind("192.0.2.1", port); }),
+              "Binding socket failed. Details: Cannot assign requested address (TCP port " +
+                  std::to_string(port) + ", 192.0.2.1 is no address of this machine)");
     EXPECT_EQ(failure([&] { socket.bind("localhost", port); }),
               "Invalid address. Details: Invalid argument");
     EXPECT_EQ(failure([&] { socket.connect("1.2.3.4.5", port); }),

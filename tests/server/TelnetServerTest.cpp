@@ -4,6 +4,7 @@
 #include "Peer.h"
 #include "Results.h"
 #include "database/Database.h"
+#include "support/OwnName.h"
 
 #include <gtest/gtest.h>
 
@@ -274,13 +275,14 @@ TEST_F(TelnetServerTest, ReportsAPortInUseOnceAndKeepsTrying)
     TelnetServer second({_results, _database, _tester, _address, [] { return true; }});
     second.setConfig({.port = port(), .timeout = 0});
     second.start();
-    EXPECT_TRUE(
-        _log.saw("Telnet (WARNING): Binding socket failed. Details: Address already in use"));
+    const std::string report =
+        "Telnet (WARNING): Binding socket failed. Details: Address already in use (TCP port " +
+        std::to_string(port()) + ", held by " + test::ownName() + ")";
+    EXPECT_TRUE(_log.saw(report));
     _telnet.stop();
     const auto peer = client();
     EXPECT_EQ(answerTo(*peer, "IMAGE"), "1 OK: operation successful.");
-    EXPECT_EQ(
-        _log.count("Telnet (WARNING): Binding socket failed. Details: Address already in use"), 1U);
+    EXPECT_EQ(_log.count(report), 1U);
 }
 
 } // namespace

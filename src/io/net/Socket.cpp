@@ -1,6 +1,7 @@
 #include "io/net/Socket.h"
 
 #include "core/concurrent/WakeUp.h"
+#include "core/sys/PortHolder.h"
 #include "io/net/SocketException.h"
 
 #include <arpa/inet.h>
@@ -12,9 +13,34 @@
 #include <array>
 #include <atomic>
 #include <cerrno>
+#include <string>
 #include <utility>
 
 namespace tarvik::io::net {
+
+namespace {
+
+/// What a socket could not be bound to, and who is in the way: "TCP port 7453, held by
+/// tarvik-server, process 1234".
+std::string obstacle(int descriptor, const sockaddr_in& address, int error)
+{
+    int protocol = 0;
+    socklen_t size = sizeof protocol;
+    ::getsockopt(descriptor, SOL_SOCKET, SO_PROTOCOL, &protocol, &size);
+    std::string text = (protocol == IPPROTO_TCP ? "TCP port " : "UDP port ") +
+                       std::to_string(ntohs(address.sin_port));
+    if (error == EADDRNOTAVAIL) {
+        std::array<char, INET_ADDRSTRLEN> name{};
+        ::inet_ntop(AF_INET, &address.sin_addr, name.data(), name.size());
+        text += std::string(", ") + name.data() + " is no address of this machine";
+    } else if (error == EADDRINUSE) {
+        const std::string holder = sys::portHolder(protocol, address);
+        text += holder.empty() ? "" : ", held by " + holder;
+    }
+    return text;
+}
+
+} // namespace
 
 struct Socket::Interruption
 {
@@ -133,7 +159,8 @@ void Socket::bindTo(const char* address, int port, const char* invalidAddress)
     const Pin handle = pinOrThrow(message);
     const sockaddr_in local = makeAddress(address, port, invalidAddress);
     if (::bind(handle->descriptor, reinterpret_cast<const sockaddr*>(&local), sizeof local) != 0) {
-        throw SocketException(message, errno);
+        const int error = errno;
+        throw SocketException(message, error, obstacle(handle->descriptor, local, error));
     }
 }
 

@@ -17,6 +17,12 @@ std::string description(int errorCode)
     return std::generic_category().message(errorCode);
 }
 
+std::string withDetails(const char* message, int errorCode)
+{
+    return std::string(std::string_view(message).substr(0, MAX_PART)) +
+           " Details: " + description(errorCode).substr(0, MAX_PART);
+}
+
 } // namespace
 
 SocketException::SocketException(const char* message)
@@ -29,8 +35,12 @@ SocketException::SocketException(int errorCode)
 {}
 
 SocketException::SocketException(const char* message, int errorCode)
-    : IOException(std::string(std::string_view(message).substr(0, MAX_PART)) +
-                  " Details: " + description(errorCode).substr(0, MAX_PART)),
+    : IOException(withDetails(message, errorCode)),
+      _errorCode(errorCode)
+{}
+
+SocketException::SocketException(const char* message, int errorCode, const std::string& subject)
+    : IOException(withDetails(message, errorCode) + " (" + subject.substr(0, MAX_PART) + ")"),
       _errorCode(errorCode)
 {}
 

@@ -20,6 +20,9 @@ public:
     /// The first 500 characters of the message, " Details: ", and the first 500 of the description.
     SocketException(const char* message, int errorCode);
 
+    /// The same, and behind it in brackets what the reason is about: "TCP port 7453".
+    SocketException(const char* message, int errorCode, const std::string& subject);
+
     /// The errno value at the failure, 0 when there was none.
     [[nodiscard]] int getErrorCode() const noexcept { return _errorCode; }
 
