@@ -1,16 +1,22 @@
 #include "core/Version.h"
 #include "server/Server.h"
 
+#include <fcntl.h>
 #include <poll.h>
 #include <sys/signalfd.h>
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
 #include <array>
+#include <cerrno>
 #include <csignal>
+#include <cstddef>
 #include <cstdio>
+#include <cstdlib>
+#include <cstring>
 #include <exception>
 #include <string>
+#include <system_error>
 
 namespace {
 
@@ -31,6 +37,9 @@ public:
         sigaddset(&signals, SIGTERM);
         pthread_sigmask(SIG_BLOCK, &signals, nullptr);
         _descriptor = ::signalfd(-1, &signals, SFD_CLOEXEC);
+        if (_descriptor < 0) {
+            throw std::system_error(errno, std::generic_category(), "Couldn't wait for signals");
+        }
     }
 
     ~StopSignals() { ::close(_descriptor); }
@@ -63,6 +72,40 @@ void describe(CLI::App& app, ServerOptions& options)
         ->check(CLI::ExistingDirectory);
 }
 
+/// 0 or an error number.
+int whyUnreadable(const std::string& path)
+{
+    const int file = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    std::byte first{};
+    const int error = file < 0 || ::read(file, &first, 1) < 0 ? errno : 0;
+    ::close(file);
+    return error;
+}
+
+/// Says what is wrong with the folder of settings before they are missed: the server recognises
+/// parts without them, too.
+void examineFolder(const ServerOptions& options)
+{
+    const auto warn = [](const std::string& what, int error, const std::string& advice) {
+        std::fprintf(stderr, "tarvik-server: %s: %s. %s\n", what.c_str(), std::strerror(error),
+                     advice.c_str());
+    };
+    std::string probe = options.configPath() + ".XXXXXX";
+    const int written = ::mkostemp(probe.data(), O_CLOEXEC);
+    if (written < 0) {
+        warn("Settings cannot be saved in '" + options.directory + "'", errno,
+             "Let user " + std::to_string(::geteuid()) +
+                 " write there, or choose another folder with --directory.");
+    } else {
+        ::close(written);
+        ::unlink(probe.c_str());
+    }
+    const int error = whyUnreadable(options.configPath());
+    if (error != 0 && error != ENOENT) {
+        warn("'" + options.configPath() + "' cannot be read", error, "Using default settings.");
+    }
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -73,6 +116,7 @@ int main(int argc, char** argv)
     CLI11_PARSE(app, argc, argv);
     try {
         const StopSignals signals;
+        examineFolder(options);
         Server& server = Server::instance();
         server.setOptions(options);
         server.start();

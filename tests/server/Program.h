@@ -11,6 +11,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <csignal>
 #include <cstdint>
 #include <cstdlib>
@@ -34,13 +35,18 @@ inline constexpr std::uint16_t TELNET_PORT = 9999;
 class Program
 {
 public:
-    explicit Program(std::vector<std::string> arguments = {})
+    /// Arguments of its own take the place of the usual ones. The launcher is a command that runs
+    /// the command behind it, as env does.
+    explicit Program(std::vector<std::string> arguments = {},
+                     const std::vector<std::string>& launcher = {})
         : _address("127." + std::to_string(1 + ::getpid() / 62500 % 200) + "." +
                    std::to_string(1 + ::getpid() / 250 % 250) + "." +
                    std::to_string(1 + ::getpid() % 250))
     {
-        arguments.insert(arguments.begin(), {TARVIK_SERVER, "--bind", _address, "--directory",
-                                             _folder.path().string()});
+        addUnlessThere(arguments, "--bind", _address);
+        addUnlessThere(arguments, "--directory", _folder.path().string());
+        arguments.insert(arguments.begin(), TARVIK_SERVER);
+        arguments.insert(arguments.begin(), launcher.begin(), launcher.end());
         std::vector<char*> argv;
         for (std::string& argument : arguments) {
             argv.push_back(argument.data());
@@ -51,7 +57,8 @@ public:
         ::posix_spawn_file_actions_init(&actions);
         ::posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, output.c_str(),
                                            O_WRONLY | O_CREAT | O_APPEND, 0600);
-        EXPECT_EQ(::posix_spawn(&_pid, TARVIK_SERVER, &actions, nullptr, argv.data(), environ), 0);
+        ::posix_spawn_file_actions_adddup2(&actions, STDOUT_FILENO, STDERR_FILENO);
+        EXPECT_EQ(::posix_spawnp(&_pid, argv[0], &actions, nullptr, argv.data(), environ), 0);
         ::posix_spawn_file_actions_destroy(&actions);
     }
 
@@ -74,6 +81,8 @@ public:
     }
 
     [[nodiscard]] const std::string& address() const { return _address; }
+
+    [[nodiscard]] pid_t pid() const { return _pid; }
 
     [[nodiscard]] std::string configPath() const { return _folder / "config.xml"; }
 
@@ -108,6 +117,7 @@ public:
         return std::distance(files, {});
     }
 
+    /// Standard output and standard error.
     [[nodiscard]] std::string output() const { return readFile(_folder / "output"); }
 
     [[nodiscard]] bool says(const std::string& line) const
@@ -127,6 +137,14 @@ public:
     }
 
 private:
+    static void addUnlessThere(std::vector<std::string>& arguments, const std::string& option,
+                               const std::string& value)
+    {
+        if (std::find(arguments.begin(), arguments.end(), option) == arguments.end()) {
+            arguments.insert(arguments.end(), {option, value});
+        }
+    }
+
     TemporaryFolder _folder;
     std::string _address;
     pid_t _pid = -1;
