@@ -267,8 +267,7 @@ class RestartTest(unittest.TestCase):
             self.assertEqual(telnet[0]["value"], 17)
             stand.stop_desk()
             stand.stop_server()
-            with open(f"{stand.folder}/config.xml", encoding="utf-8") as file:
-                self.assertIn("<Timeout>17</Timeout>", file.read())
+            self.assertIn("<Timeout>17</Timeout>", stand.config())
             stand.start_server()
             stand.start_desk()
             self.assertEqual([t["name"] for t in stand.get("/api/templates")["templates"]], ["Tab washer"])

@@ -11,7 +11,7 @@ import tempfile
 from webdriver import wait_for
 
 ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
-PARTS = ["tab-washer", "plate", "bracket", "gear", "key", "cam"]
+PARTS = ["tab-washer", "plate", "gear", "key", "cam", "bracket"]
 
 
 class Stand:
@@ -106,6 +106,10 @@ class Stand:
 
     def log(self, name="tarvik-desk"):
         with open(f"{self.folder}/{name}.log", encoding="utf-8", errors="replace") as file:
+            return file.read()
+
+    def config(self):
+        with open(f"{self.folder}/config.xml", encoding="utf-8") as file:
             return file.read()
 
     def _announced(self):

@@ -122,9 +122,7 @@ class Browser:
         wait_for(f"a button '{text}'", lambda: self.run(script, text, within))
 
     def type(self, css, text):
-        element = self.find(css)
-        self._do("POST", f"/element/{element}/clear", {})
-        self._do("POST", f"/element/{element}/value", {"text": text})
+        self.key(css, "\ue009a\ue000" + text)  # Ctrl-A: over what stands there
 
     def text(self, css="body"):
         return self.run("return document.querySelector(arguments[0])?.innerText ?? ''", css)

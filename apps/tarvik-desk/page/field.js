@@ -59,10 +59,12 @@ function makeControl(setting, id, put) {
     const element = el("input", {id, type: "text", onchange: () => put(element.value)});
     return {element, set: (v) => { element.value = v; }};
   }
+  let last = setting.value;
   const element = el("input", {id, type: "number", step: setting.kind === "whole" ? 1 : "any", onchange: () => {
-    put(element.value === "" ? null : Number(element.value));
+    if (element.value === "") element.value = last;
+    else put(Number(element.value));
   }});
-  return {element, set: (v) => { element.value = v; }};
+  return {element, set: (v) => { element.value = last = v; }};
 }
 
 /// Lengths are easier to imagine in pixels.
