@@ -3,6 +3,7 @@
 option(TARVIK_TESTS "Build the tests" ON)
 option(TARVIK_BENCH "Build the benchmarks" OFF)
 option(TARVIK_FUZZ "Build the fuzz targets with libFuzzer, which clang brings" OFF)
+option(TARVIK_COVERAGE "Count the lines that are reached" OFF)
 set(TARVIK_SANITIZE "" CACHE STRING "Sanitizers to build with, as for -fsanitize=")
 
 set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR})
@@ -32,6 +33,10 @@ if(CMAKE_SIZEOF_VOID_P EQUAL 4)
     target_compile_options(tarvik_options INTERFACE -Wno-psabi)
     # 64-bit atomics are library calls where the processor has none.
     target_link_libraries(tarvik_options INTERFACE -l:libatomic.a)
+endif()
+if(TARVIK_COVERAGE)
+    target_compile_options(tarvik_options INTERFACE --coverage -fprofile-update=atomic)
+    target_link_options(tarvik_options INTERFACE --coverage)
 endif()
 if(TARVIK_SANITIZE)
     target_compile_options(tarvik_options INTERFACE
