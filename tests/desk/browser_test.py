@@ -38,6 +38,7 @@ class PageTest(unittest.TestCase):
 
     def picture(self, name):
         if OPTIONS.pictures:
+            self.browser.run("scrollTo(0, 0); document.getElementById('toasts').replaceChildren()")
             self.browser.screenshot(f"{ROOT}/docs/pictures/desk-{name}.png")
 
     def no_complaints(self):
@@ -175,8 +176,9 @@ class SettingsTest(PageTest):
         self.drag(".scene canvas", (.2, .2), (.8, .7))
         wait_for("the region", lambda: abs(self.stand.setting("analyzer.ROI.Width") - 384) < 4)
         self.assertAlmostEqual(self.stand.setting("analyzer.ROI.X"), 128, delta=4)
+        wait_for("the page to follow", lambda: b.run("return document.getElementById('s-analyzer.ROI.Width').value") == str(self.stand.setting("analyzer.ROI.Width")))
         self.picture("settings")
-        b.button("Clipping frame")
+        b.button("Clipping")
         self.drag(".scene canvas", (.5, .05 * 320 / 480), (.5, .2))
         wait_for("the band", lambda: abs(self.stand.setting("analyzer.ClippingFrame.Top.Size") - .3) < .02)
         b.button("Lens")

@@ -134,7 +134,7 @@ function bytes(base64) {
 /// Colours far apart for neighbouring ids, readable on pictures.
 export function colourOf(id) {
   if (id === null || id === undefined) return "#f2b84b";
-  return `hsl(${(id * 67 + 118) % 360} 78% 62%)`;
+  return `oklch(0.8 0.14 ${(id * 67 + 118) % 360})`;
 }
 
 export const desk = new Desk();

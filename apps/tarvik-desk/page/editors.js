@@ -90,7 +90,7 @@ class RegionEditor {
 }
 
 class ClippingEditor {
-  static title = "Clipping frame";
+  static title = "Clipping";
   side = null;
 
   constructor({scene, tools, change}) {

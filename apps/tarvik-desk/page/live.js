@@ -34,9 +34,9 @@ export function live(main, signal) {
   const tiles = el("dl", {class: "tiles"}, [rate, analysis, matching, breakup, second].map((t) => t.element));
 
   const body = el("tbody", {});
-  const table = el("table", {}, el("caption", {class: "visually-hidden"}, "Objects in view"),
+  const table = el("table", {class: "objects"}, el("caption", {class: "visually-hidden"}, "Objects in view"),
     el("thead", {}, el("tr", {}, el("th", {}, "Object"), el("th", {class: "num"}, "X"), el("th", {class: "num"}, "Y"),
-      el("th", {class: "num"}, "Rotation"), el("th", {}, "Confidence"))), body);
+      el("th", {class: "num"}, "Turned"), el("th", {}, "Confidence"))), body);
   const count = el("span", {class: "muted small"});
 
   main.append(el("div", {class: "split"},
@@ -86,11 +86,11 @@ function row() {
   const swatch = el("span", {class: "swatch"}), name = el("span", {}), tag = el("span", {class: "muted small"});
   const [x, y, turn] = [1, 2, 3].map(() => el("td", {class: "num"}));
   const bar = el("i", {}), value = el("span", {class: "num"});
-  const element = el("tr", {}, el("td", {}, swatch, name, " ", tag), x, y, turn,
+  const element = el("tr", {}, el("td", {}, el("span", {class: "nowrap"}, swatch, name), " ", tag), x, y, turn,
     el("td", {}, el("span", {class: "meter", "aria-hidden": "true"}, bar), value));
   return {element, set(o) {
     swatch.style.background = colourOf(o.template);
-    name.textContent = o.template === null ? "Unknown" : desk.nameOf(o.template);
+    name.textContent = o.template === null ? "?" : desk.nameOf(o.template);
     tag.textContent = `#${o.id}` + (o.clipped ? ", clipped" : "") + (o.cut ? ", cut apart" : "");
     x.textContent = fixed(o.position.x, 4);
     y.textContent = fixed(o.position.y, 4);

@@ -18,8 +18,8 @@ export function results(main, signal) {
     panel("Latest images", el("span", {class: "muted small"}, "one every half second while somebody looks"), strip),
     el("div", {class: "split"}, panel("Image", null, scene.element),
       el("div", {class: "stack"},
-        panel("Recognised", [total, el("a", {class: "button", href: "/api/results.csv", download: "tarvik-results.csv"}, "Export CSV"),
-          el("button", {type: "button", onclick: () => attempt(async () => { await api("DELETE", "/api/results"); await load(); }, "Counting from 0.")}, "Clear")], counts),
+        panel("Recognised", [el("a", {class: "button", href: "/api/results.csv", download: "tarvik-results.csv"}, "Export CSV"),
+          el("button", {type: "button", onclick: () => attempt(async () => { await api("DELETE", "/api/results"); await load(); }, "Counting from 0.")}, "Clear")], counts, el("p", {class: "body"}, total)),
         panel("Confidence", null, chart, legend)))));
 
   async function load() {
@@ -57,7 +57,7 @@ export function results(main, signal) {
 
   function table() {
     const all = data.templates.reduce((sum, t) => sum + t.count, 0) || 1;
-    total.textContent = `${data.images} images`;
+    total.textContent = `In ${data.images} images since the desk started or was cleared.`;
     counts.replaceChildren(el("table", {}, el("thead", {}, el("tr", {}, el("th", {}, "Template"), el("th", {class: "num"}, "Objects"), el("th", {}, "Share"), el("th", {class: "num"}, "Confidence"))),
       el("tbody", {}, data.templates.map((t) => el("tr", {}, el("td", {}, el("span", {class: "swatch", color: colourOf(t.template)}), t.template === null ? "Unknown" : desk.nameOf(t.template)),
         el("td", {class: "num"}, t.count), el("td", {}, bar(t.count / all)), el("td", {class: "num"}, t.template === null ? "\u2013" : percent(t.confidence + 1e-4)))))));

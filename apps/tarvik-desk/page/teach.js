@@ -126,7 +126,7 @@ export function teach(main, signal) {
     capacity.textContent = `${desk.templates.length} of ${desk.capacity}`;
     list.replaceChildren(...desk.templates.map((t) => el("li", {"data-template": t.id}, thumbnail(t),
       el("div", {}, el("b", {}, t.name || "(no name)"),
-        el("p", {class: "muted small"}, `Id ${t.id} · ${t.holes.length} ${t.holes.length === 1 ? "hole" : "holes"} · turned ${fixed(t.rotation, 1)}\u00b0`)),
+        el("p", {class: "muted small"}, `Id ${t.id} · ${t.holes.length} ${t.holes.length === 1 ? "hole" : "holes"}${t.rotation ? ` · turned ${fixed(t.rotation, 1)}\u00b0` : ""}`)),
       el("div", {class: "row"},
         el("button", {type: "button", class: "quiet", "aria-label": `Edit ${t.name || t.id}`, onclick: () => edit(t)}, "Edit"),
         el("button", {type: "button", class: "quiet", "aria-label": `Delete ${t.name || t.id}`, onclick: () => remove(t)}, "Delete")))));
