@@ -5,14 +5,13 @@ import os
 import re
 import socket
 import sys
-import time
 import unittest
 
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
 from stand import Stand  # noqa: E402
 from webdriver import wait_for  # noqa: E402
 
-BUILD = sys.argv[1]
+BUILD = os.path.abspath(sys.argv[1])
 ADDRESS = sys.argv[2] if len(sys.argv) > 2 else "127.0.71.1"
 
 
@@ -193,16 +192,14 @@ class ApiTest(unittest.TestCase):
             first = quick.next("image")
             while "original" not in first["pictures"]:  # taken before anybody looked
                 first = quick.next("image")
-            start = time.monotonic()
-            last = first
-            seen = 1
-            while last["image"] < first["image"] + 60:
+            last, seen = first, 1
+            while last["image"] < first["image"] + 40:
                 last = quick.next("image")
                 self.assertIn("original", last["pictures"])
                 seen += 1
-            # 60 images at 30 per second: far from the ten seconds after which a stuck peer is let go
-            self.assertLess(time.monotonic() - start, 8)
             self.assertGreater(seen, 20)
+            # The other one is still stuck, and not yet let go: nobody has waited for that.
+            self.assertEqual(self.stand.get("/api/state")["viewers"], 2)
 
     def test_viewers_are_bounded_and_requests_still_answered(self):
         viewers = []

@@ -261,15 +261,14 @@ class LiveTest(PageTest):
               "const end = performance.now() + 200; while (performance.now() < end); }))")
         with self.stand.events("pictures=original&results=1") as other:
             first = other.next("image")["image"]
-            start, shown = time.monotonic(), b.run("return window.shown")
-            last = first
+            shown = b.run("return window.shown")
+            last, seen = first, 0
             while last < first + 90:
                 last = other.next("image")["image"]
-            elapsed = time.monotonic() - start
+                seen += 1
             shown = b.run("return window.shown") - shown
-        self.assertLess(elapsed, 9, "90 images at 30 per second reach another viewer in about 3 s")
-        self.assertLess(shown, 60, "the slow page has dropped images")
         self.assertGreater(shown, 0)
+        self.assertLess(shown, seen, "the slow page has dropped images that another viewer got")
 
 
 class ViewsTest(PageTest):
