@@ -1,6 +1,6 @@
 #include "configuration/ConfigurationFile.h"
 
-#include "io/FileException.h"
+#include "io/IOException.h"
 #include "io/IOException.h"
 #include "io/serialization/SerializationException.h"
 #include "io/serialization/XMLDecoder.h"
@@ -52,7 +52,7 @@ void save(const SystemConfiguration& configuration, const std::string& path)
         io::serialization::XMLEncoder encoder;
         encoder& field("Tarvik", configuration);
         encoder.saveToFile(path);
-    } catch (const io::FileException& e) {
+    } catch (const io::IOException& e) {
         throw IOException(std::string(e.what()) + " " + e.reason());
     } catch (const IOException& e) {
         throw IOException(about(path, e.what()));

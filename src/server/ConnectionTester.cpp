@@ -42,7 +42,7 @@ void ConnectionTester::tick()
     try {
         notify(event);
     } catch (const std::exception& e) {
-        log(LogLevel::Warning, std::string("A periodic check failed. ") + e.what());
+        logFailure(LogLevel::Warning, "A periodic check failed. ", e);
     }
 }
 

@@ -85,7 +85,7 @@ void Server::startUDP()
     try {
         _udpSender.init(_options.udpPort);
     } catch (const std::exception& e) {
-        log(LogLevel::Warning, e.what());
+        logFailure(LogLevel::Warning, "", e);
     }
 }
 
@@ -143,7 +143,7 @@ void Server::distribute(const breakup::FrameProcessedEvent& event)
     } catch (const std::exception& e) {
         if (_lastUDPFailure != e.what()) { // once, not with every image
             _lastUDPFailure = e.what();
-            log(LogLevel::Warning, "Error distributing results via UDP. " + _lastUDPFailure);
+            logFailure(LogLevel::Warning, "Error distributing results via UDP. ", e);
         }
     }
 }

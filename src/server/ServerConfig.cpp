@@ -1,6 +1,5 @@
 #include "camera/CameraException.h"
 #include "core/sys/DateTime.h"
-#include "io/FileException.h"
 #include "io/serialization/XMLDecoder.h"
 #include "io/serialization/XMLEncoder.h"
 #include "server/Server.h"
@@ -89,7 +88,7 @@ void Server::loadConfig()
         decodeConfig();
         log(LogLevel::Fine, "Config loaded.");
     } catch (const std::exception& e) {
-        log(LogLevel::Fatal, std::string("Couldn't load configuration. ") + e.what());
+        logFailure(LogLevel::Fatal, "Couldn't load configuration. ", e);
         log(LogLevel::Warning, "Using default configuration.");
         _keepUnloaded = true;
         openDefaultCamera();
@@ -117,7 +116,7 @@ void Server::openDefaultCamera()
     try {
         _camera.open(nullptr);
     } catch (const std::exception& e) {
-        log(LogLevel::Warning, std::string("Couldn't open the camera. ") + e.what());
+        logFailure(LogLevel::Warning, "Couldn't open the camera. ", e);
     }
 }
 
@@ -133,10 +132,7 @@ void Server::saveConfig()
         encoder.saveToFile(_options.configPath());
         log(LogLevel::Info, "Config saved.");
     } catch (const std::exception& e) {
-        log(LogLevel::Warning, std::string("Couldn't save configuration. ") + e.what());
-        if (const auto* const failure = dynamic_cast<const io::FileException*>(&e)) {
-            log(LogLevel::Warning, failure->reason());
-        }
+        logFailure(LogLevel::Warning, "Couldn't save configuration. ", e);
     }
 }
 

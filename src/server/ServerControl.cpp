@@ -77,7 +77,7 @@ void Server::connect()
         _client.close();
         if (_running && _lastConnectFailure != e.what()) {
             _lastConnectFailure = e.what();
-            log(LogLevel::Warning, "Error while connecting to TarvikDesk: " + _lastConnectFailure);
+            logFailure(LogLevel::Warning, "Error while connecting to TarvikDesk: ", e);
         }
         if (!ClientConnection::isClientGone(e)) {
             static_cast<void>(_stop.wait(FAILURE_PAUSE_MS));

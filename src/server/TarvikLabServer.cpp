@@ -168,7 +168,7 @@ void TarvikLabServer::connect()
         _client.close();
         if (_running && e.what() != _lastFailure) {
             _lastFailure = e.what();
-            log(LogLevel::Warning, "Error while connecting to TarvikLab: " + _lastFailure);
+            logFailure(LogLevel::Warning, "Error while connecting to TarvikLab: ", e);
         }
         if (!ClientConnection::isClientGone(e)) {
             static_cast<void>(_stop.wait(FAILURE_PAUSE_MS));

@@ -118,10 +118,10 @@ void TelnetServer::serveOneClient()
         talk();
     } catch (const io::net::SocketException& e) {
         if (!isEndOfConnection(e)) {
-            reportOnce(e.what());
+            reportOnce(e);
         }
     } catch (const std::exception& e) {
-        reportOnce(e.what());
+        reportOnce(e);
     }
     hangUp();
 }
@@ -266,13 +266,14 @@ void TelnetServer::hangUp()
     }
 }
 
-void TelnetServer::reportOnce(const std::string& failure)
+void TelnetServer::reportOnce(const std::exception& failure)
 {
     if (!_running) {
         return;
     }
-    if (failure != std::exchange(_lastFailure, failure)) {
-        log(LogLevel::Warning, failure);
+    if (_lastFailure != failure.what()) {
+        _lastFailure = failure.what();
+        logFailure(LogLevel::Warning, "", failure);
     }
     static_cast<void>(_stop.wait(FAILURE_PAUSE_MS));
 }

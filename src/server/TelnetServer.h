@@ -103,7 +103,7 @@ private:
     void restartInactivity();
     void endConversation();
     void hangUp();
-    void reportOnce(const std::string& failure);
+    void reportOnce(const std::exception& failure);
 
     const Surroundings _surroundings;
     std::atomic<bool> _running{false};

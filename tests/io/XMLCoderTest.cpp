@@ -1,5 +1,5 @@
 #include "Samples.h"
-#include "io/FileException.h"
+#include "io/IOException.h"
 #include "io/serialization/XMLDecoder.h"
 #include "io/serialization/XMLEncoder.h"
 #include "support/TemporaryFolder.h"
@@ -353,7 +353,7 @@ std::string failureOfSaving(const std::string& path)
 {
     try {
         XMLEncoder().saveToFile(path);
-    } catch (const FileException& e) {
+    } catch (const IOException& e) {
         return std::string(e.what()) + " " + e.reason();
     }
     return "(nothing thrown)";

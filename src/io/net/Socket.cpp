@@ -20,24 +20,24 @@ namespace tarvik::io::net {
 
 namespace {
 
-/// What a socket could not be bound to, and who is in the way: "TCP port 7453, held by
-/// tarvik-server, process 1234".
+/// Who or what keeps a socket from its local address; empty when there is nothing to tell.
 std::string obstacle(int descriptor, const sockaddr_in& address, int error)
 {
-    int protocol = 0;
-    socklen_t size = sizeof protocol;
-    ::getsockopt(descriptor, SOL_SOCKET, SO_PROTOCOL, &protocol, &size);
-    std::string text = (protocol == IPPROTO_TCP ? "TCP port " : "UDP port ") +
-                       std::to_string(ntohs(address.sin_port));
     if (error == EADDRNOTAVAIL) {
         std::array<char, INET_ADDRSTRLEN> name{};
         ::inet_ntop(AF_INET, &address.sin_addr, name.data(), name.size());
-        text += std::string(", ") + name.data() + " is no address of this machine";
-    } else if (error == EADDRINUSE) {
-        const std::string holder = sys::portHolder(protocol, address);
-        text += holder.empty() ? "" : ", held by " + holder;
+        return std::string(name.data()) + " is no address of this machine.";
     }
-    return text;
+    int protocol = 0;
+    socklen_t size = sizeof protocol;
+    ::getsockopt(descriptor, SOL_SOCKET, SO_PROTOCOL, &protocol, &size);
+    const std::string port = (protocol == IPPROTO_TCP ? "TCP port " : "UDP port ") +
+                             std::to_string(ntohs(address.sin_port));
+    if (error != EADDRINUSE) {
+        return port + " was wanted.";
+    }
+    const std::string holder = sys::portHolder(protocol, address);
+    return port + (holder.empty() ? " is in use." : " is held by " + holder + ".");
 }
 
 } // namespace

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <string_view>
 #include <system_error>
+#include <utility>
 
 namespace tarvik::io::net {
 
@@ -39,8 +40,8 @@ SocketException::SocketException(const char* message, int errorCode)
       _errorCode(errorCode)
 {}
 
-SocketException::SocketException(const char* message, int errorCode, const std::string& subject)
-    : IOException(withDetails(message, errorCode) + " (" + subject.substr(0, MAX_PART) + ")"),
+SocketException::SocketException(const char* message, int errorCode, std::string reason)
+    : IOException(withDetails(message, errorCode), std::move(reason)),
       _errorCode(errorCode)
 {}
 

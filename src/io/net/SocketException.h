@@ -20,8 +20,8 @@ public:
     /// The first 500 characters of the message, " Details: ", and the first 500 of the description.
     SocketException(const char* message, int errorCode);
 
-    /// The same, and behind it in brackets what the reason is about: "TCP port 7453".
-    SocketException(const char* message, int errorCode, const std::string& subject);
+    /// The same, and what stood in the way: "TCP port 7453 is held by tarvik-server, process 1234."
+    SocketException(const char* message, int errorCode, std::string reason);
 
     /// The errno value at the failure, 0 when there was none.
     [[nodiscard]] int getErrorCode() const noexcept { return _errorCode; }

@@ -1,6 +1,6 @@
 #include "io/serialization/XMLEncoder.h"
 
-#include "io/FileException.h"
+#include "io/IOException.h"
 #include "io/serialization/XMLLimits.h"
 
 #include <fcntl.h>
@@ -26,7 +26,7 @@ using File = std::unique_ptr<std::FILE, FileCloser>;
 [[noreturn]] void fail(const std::string& path, const char* what)
 {
     const std::string why = std::generic_category().message(errno);
-    throw FileException("Couldn't save file.", "'" + path + "' cannot be " + what + ": " + why +
+    throw IOException("Couldn't save file.", "'" + path + "' cannot be " + what + ": " + why +
                                                    ". The file stays as it was.");
 }
 

@@ -48,7 +48,7 @@ public:
 
     /// Writes the document to a temporary file beside the path, flushes it to the disk and renames
     /// it over the path, so that at any moment one whole file is there. On failure throws
-    /// FileException "Couldn't save file.", and the old file stays.
+    /// IOException "Couldn't save file.", and the old file stays.
     void saveToFile(const std::string& path) const;
 
     /// The document as text, one tab per level of indentation.
