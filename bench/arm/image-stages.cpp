@@ -54,6 +54,11 @@ void binarize(Bench& bench)
                     bench.chain.binary().bytes());
 }
 
+void binarizePacked(Bench& bench)
+{
+    bench.packed.load(bench.chain.grey(), image::ByteWindow::interval(128, 255));
+}
+
 void trace(Bench& bench)
 {
     for (int count = 0; bench.extractor.nextPolygon(bench.points, count);) {
@@ -86,6 +91,7 @@ struct Stage
 constexpr Stage STAGES[] = {
     {"threshold", [](Bench&) {}, binarize},
     {"pack", [](Bench&) {}, [](Bench& bench) { bench.packed.load(bench.chain.binary()); }},
+    {"threshold+pack", [](Bench&) {}, binarizePacked},
     {"starts", [](Bench& bench) { bench.packed.load(bench.chain.binary()); },
      [](Bench& bench) { bench.starts.load(bench.packed); }},
     {"trace+reduce",

@@ -23,9 +23,13 @@ constexpr bool HAS_BYTE_VECTORS = false;
 constexpr std::uint8_t FOREGROUND = 255;
 
 /// Bytes that fill whole words, when words are to be used.
-constexpr std::size_t bytesInWords(std::size_t size)
+template <class... Pointers>
+std::size_t bytesInWords(std::size_t size, Pointers... pointers)
 {
-    return HAS_BYTE_VECTORS ? 0 : size - size % sizeof(Word);
+    if (HAS_BYTE_VECTORS || !(words::isAligned(pointers) && ...)) {
+        return 0;
+    }
+    return size - size % sizeof(Word);
 }
 
 /// 255 inside, 0 outside; written so that it becomes byte vector instructions.
@@ -49,8 +53,9 @@ void binarize(std::span<const std::uint8_t> grey, ByteWindow window, std::span<s
     const std::size_t size = grey.size();
     const std::uint8_t* const in = grey.data();
     std::uint8_t* const out = binary.data();
+    const std::size_t inWords = bytesInWords(size, in, out);
     std::size_t i = 0;
-    for (; i < bytesInWords(size); i += sizeof(Word)) {
+    for (; i < inWords; i += sizeof(Word)) {
         words::store(out + i, test.inside(words::load(in + i)));
     }
     const std::uint8_t low = window.low();
@@ -78,7 +83,8 @@ void binarize(const Planes& picture, const std::array<ByteWindow, 3>& windows, b
     const words::WindowTest t1(w1);
     const words::WindowTest t2(w2);
     const words::WindowTest t3(w3);
-    for (; i < bytesInWords(size); i += sizeof(Word)) {
+    const std::size_t inWords = bytesInWords(size, p1, p2, p3, out);
+    for (; i < inWords; i += sizeof(Word)) {
         const Word all = t1.inside(words::load(p1 + i)) & t2.inside(words::load(p2 + i)) &
                          t3.inside(words::load(p3 + i));
         words::store(out + i, all ^ words::broadcast(flip));
@@ -99,8 +105,9 @@ void intersect(std::span<std::uint8_t> binary, std::span<const std::uint8_t> pla
     assert(plane.size() == binary.size());
     std::uint8_t* const out = binary.data();
     const std::uint8_t* const in = plane.data();
+    const std::size_t inWords = bytesInWords(binary.size(), in, out);
     std::size_t i = 0;
-    for (; i < bytesInWords(binary.size()); i += sizeof(Word)) {
+    for (; i < inWords; i += sizeof(Word)) {
         words::store(out + i, words::load(out + i) & words::load(in + i));
     }
     for (; i < binary.size(); ++i) {
@@ -113,8 +120,9 @@ void unite(std::span<std::uint8_t> binary, std::span<const std::uint8_t> plane)
     assert(plane.size() == binary.size());
     std::uint8_t* const out = binary.data();
     const std::uint8_t* const in = plane.data();
+    const std::size_t inWords = bytesInWords(binary.size(), in, out);
     std::size_t i = 0;
-    for (; i < bytesInWords(binary.size()); i += sizeof(Word)) {
+    for (; i < inWords; i += sizeof(Word)) {
         words::store(out + i, words::load(out + i) | words::load(in + i));
     }
     for (; i < binary.size(); ++i) {

@@ -14,6 +14,7 @@ namespace tarvik::image {
 class BinaryImage : public Image
 {
 public:
+    using Image::Image;
     BinaryImage() = default;
     BinaryImage(const BinaryImage&) = delete;
     BinaryImage& operator=(const BinaryImage&) = delete;

@@ -13,46 +13,19 @@ constexpr std::size_t WORD_BITS = 32;
 
 constexpr ByteWindow NOT_ZERO = ByteWindow::interval(1, 255);
 
-/// Appends groups of at most 32 bits to a word array.
-class BitWriter
+/// Appends count bits, the highest of the last word being 0, behind the ones that are there.
+void append(std::span<const std::uint32_t> bits, std::size_t count, std::size_t position,
+            std::uint32_t* words)
 {
-public:
-    explicit BitWriter(std::uint32_t* words) : _words(words) {}
-
-    /// The bits above count must be 0.
-    void append(std::uint32_t bits, std::size_t count)
-    {
-        _pending |= std::uint64_t{bits} << _pendingCount;
-        _pendingCount += count;
-        if (_pendingCount >= WORD_BITS) {
-            *_words++ = static_cast<std::uint32_t>(_pending);
-            _pending >>= WORD_BITS;
-            _pendingCount -= WORD_BITS;
+    const std::size_t shift = position % WORD_BITS;
+    std::uint32_t* word = words + position / WORD_BITS;
+    for (std::size_t done = 0; done < count; done += WORD_BITS) {
+        const std::uint64_t pair = std::uint64_t{bits[done / WORD_BITS]} << shift;
+        *word |= static_cast<std::uint32_t>(pair);
+        ++word;
+        if (shift + std::min(count - done, WORD_BITS) > WORD_BITS) {
+            *word = static_cast<std::uint32_t>(pair >> WORD_BITS);
         }
-    }
-
-    void finish()
-    {
-        if (_pendingCount > 0) {
-            *_words = static_cast<std::uint32_t>(_pending);
-        }
-    }
-
-private:
-    std::uint32_t* _words;
-    std::uint64_t _pending = 0;
-    std::size_t _pendingCount = 0;
-};
-
-void packRow(const std::uint8_t* pixels, std::size_t count, BitWriter& writer)
-{
-    const WordPacker packer(NOT_ZERO);
-    std::size_t done = 0;
-    for (; done + WORD_BITS <= count; done += WORD_BITS) {
-        writer.append(packer.pack(pixels + done), WORD_BITS);
-    }
-    if (done < count) {
-        writer.append(packer.packTail(pixels + done, count - done), count - done);
     }
 }
 
@@ -77,12 +50,12 @@ void CompressedBinaryImage::load(const Image& image, std::uint16_t x, std::uint1
     if (w == 0) {
         return;
     }
-    BitWriter writer(_words.data());
-    const std::size_t stride = image.width();
-    for (std::size_t row = y; row < std::size_t{y} + h; ++row) {
-        packRow(image.data() + row * stride + x, w, writer);
+    std::ranges::fill(_words, 0U);
+    _row.resize((std::size_t{w} + WORD_BITS - 1) / WORD_BITS);
+    for (std::size_t i = 0; i < h; ++i) {
+        pack(image.bytes().subspan((y + i) * image.width() + x, w), NOT_ZERO, _row.data());
+        append(_row, w, i * w, _words.data());
     }
-    writer.finish();
 }
 
 void CompressedBinaryImage::load(const Image& image)

@@ -53,6 +53,7 @@ private:
     std::uint16_t _width = 0;
     std::uint16_t _height = 0;
     std::vector<std::uint32_t> _words;
+    std::vector<std::uint32_t> _row; ///< one row of a region, on its way to its place
 };
 
 } // namespace tarvik::image

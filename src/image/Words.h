@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <memory>
 
 /// Arithmetic on all the bytes of a machine word at once, for processors without byte vectors
 /// (Lamport, "Multiple byte processing with full-word instructions", 1975).
@@ -18,16 +19,25 @@ using Word = std::size_t;
     return ~Word{0} / 255 * byte;
 }
 
+/// The address of a whole word. Elsewhere, processors without byte vectors often load and store
+/// byte by byte.
+[[nodiscard]] inline bool isAligned(const std::uint8_t* bytes)
+{
+    return reinterpret_cast<std::uintptr_t>(bytes) % sizeof(Word) == 0;
+}
+
+/// From an aligned address.
 [[nodiscard]] inline Word load(const std::uint8_t* bytes)
 {
     Word word = 0;
-    std::memcpy(&word, bytes, sizeof word);
+    std::memcpy(&word, std::assume_aligned<sizeof(Word)>(bytes), sizeof word);
     return word;
 }
 
+/// To an aligned address.
 inline void store(std::uint8_t* bytes, Word word)
 {
-    std::memcpy(bytes, &word, sizeof word);
+    std::memcpy(std::assume_aligned<sizeof(Word)>(bytes), &word, sizeof word);
 }
 
 /// A ByteWindow, prepared for words.
@@ -44,17 +54,28 @@ public:
     /// 255 in each byte that lies inside the window, 0 in the others.
     [[nodiscard]] constexpr Word inside(Word bytes) const
     {
+        const Word outside = outsideInterval(bytes);
+        return (outside | (outside - (outside >> 7))) ^ _flip;
+    }
+
+    /// The top bit of each byte that lies inside the window.
+    [[nodiscard]] constexpr Word insideBits(Word bytes) const
+    {
+        return (outsideInterval(bytes) ^ _flip) & HIGH;
+    }
+
+    static constexpr Word HIGH = broadcast(0x80);
+
+private:
+    /// The top bit of each byte that lies outside low ... low + extent.
+    [[nodiscard]] constexpr Word outsideInterval(Word bytes) const
+    {
         // No borrow leaves a byte while its top bit is set; those bits are then put right.
         const Word distance = ((bytes | HIGH) - _low) ^ ((bytes & HIGH) ^ _lowHigh);
         // A byte is outside when distance + room carries out of it.
         const Word sum = (distance & ~HIGH) + (_room & ~HIGH);
-        const Word carries = ((distance & _room) | ((distance | _room) & sum)) & HIGH;
-        const Word outside = carries | (carries - (carries >> 7));
-        return outside ^ _flip;
+        return ((distance & _room) | ((distance | _room) & sum)) & HIGH;
     }
-
-private:
-    static constexpr Word HIGH = broadcast(0x80);
 
     Word _low;
     Word _lowHigh;

@@ -5,7 +5,7 @@
 #include "chain/Events.h"
 #include "core/util/Listener.h"
 #include "database/Database.h"
-#include "image/Binarization.h"
+#include "image/BinaryImage.h"
 #include "image/Image.h"
 #include "math/fp.h"
 #include "ocamera/simulated/Scene.h"
@@ -101,7 +101,7 @@ public:
     /// The picture in grey() goes through the chain.
     Result process()
     {
-        image::binarize(_grey.bytes(), image::ByteWindow::interval(128, 255), _binary.bytes());
+        _binary.binarize(_grey, image::ByteWindow::interval(128, 255));
         return processBinary();
     }
 
@@ -138,7 +138,7 @@ private:
 
     std::vector<std::uint8_t> _rgb;
     image::Image _grey;
-    image::Image _binary;
+    image::BinaryImage _binary;
     Result _result;
 };
 
