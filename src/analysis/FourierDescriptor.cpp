@@ -2,23 +2,12 @@
 
 #include "analysis/Polygon.h"
 #include "math/FourierTransform.h"
+#include "math/polar.h"
 #include "math/sinPi.h"
 
-#include <cmath>
 #include <cstdint>
 
 namespace tarvik::analysis {
-
-namespace {
-
-/// Argument in radians: atan2 in double precision, rounded to single.
-fp<32, 15> angleOf(Complex<16, 15> z)
-{
-    const auto angle = static_cast<float>(std::atan2(z.im.toDouble(), z.re.toDouble()));
-    return fp<32, 15>(static_cast<std::int32_t>(static_cast<double>(angle) * 32768.0 + 0.5));
-}
-
-} // namespace
 
 void FourierDescriptor::load(const Polygon& polygon, bool normalise, bool exact)
 {
@@ -60,7 +49,8 @@ void FourierDescriptor::rotate(fp<32, 15> angleRadians, bool normalise)
 
 void FourierDescriptor::estimateRotation()
 {
-    const fp<32, 15> sum = angleOf(_frequencies[CENTRE + 1]) + angleOf(_frequencies[CENTRE - 1]);
+    const fp<32, 15> sum =
+        polarAngle(_frequencies[CENTRE + 1]) + polarAngle(_frequencies[CENTRE - 1]);
     _rotation = fp<32, 15>(static_cast<std::int32_t>(sum.raw() >> 1)); // half of it
 }
 
@@ -83,7 +73,7 @@ void FourierDescriptor::normalizeRotation()
 
 void FourierDescriptor::normalizeStartingPoint()
 {
-    const fp<32, 15> phase = angleOf(_frequencies[CENTRE + 1]);
+    const fp<32, 15> phase = polarAngle(_frequencies[CENTRE + 1]);
     for (int k = 0; k < COUNT; ++k) {
         if (k != CENTRE) {
             const fp<32, 15> angle(wrapTo<std::int32_t>(std::int64_t{CENTRE - k} * phase.raw()));

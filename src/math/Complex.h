@@ -9,8 +9,9 @@ namespace tarvik {
 /// Two fixed-point numbers of one format: x and y of a point, or a complex number.
 ///
 /// Each part wraps by itself. A Complex<16, 14> fills exactly 32 bits, the real part first.
+/// As aligned as a word of their size, points are copied as one.
 template <int W, int F>
-struct Complex
+struct alignas(W == 16 ? 4 : alignof(fp<W, F>)) Complex
 {
     using Part = fp<W, F>;
 

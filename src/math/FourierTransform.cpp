@@ -141,9 +141,9 @@ public:
     Weights(std::uint32_t total, std::uint32_t quarterLength)
         : _total(total),
           _unit(158 * quarterLength),
-          _shift(31 - static_cast<int>(std::bit_width(total)) +
-                 static_cast<int>(std::bit_width(_unit))),
-          _reciprocal(static_cast<std::uint32_t>((std::uint64_t{total} << _shift) / _unit))
+          _reciprocal(static_cast<std::uint32_t>((std::uint64_t{total} << shift()) / _unit)),
+          _up(std::max(32 - shift(), 0)),
+          _down(std::max(shift() - 32, 0))
     {}
 
     /// Prepares the frequencies +n and -n.
@@ -164,7 +164,9 @@ public:
     {
         const std::uint32_t magnitude =
             value < 0 ? 0U - static_cast<std::uint32_t>(value) : static_cast<std::uint32_t>(value);
-        auto quotient = static_cast<std::uint32_t>((std::uint64_t{magnitude} * _scaled) >> _shift);
+        // magnitude x scaled >> shift, by the upper half of a product
+        const std::uint64_t product = std::uint64_t{magnitude << _up} * _scaled;
+        std::uint32_t quotient = static_cast<std::uint32_t>(product >> 32) >> _down;
         const std::uint32_t remainder = magnitude * _total - quotient * _divisor;
         quotient += remainder >= _divisor ? 1U : 0U;
         const auto signedQuotient = static_cast<std::int32_t>(quotient);
@@ -172,10 +174,18 @@ public:
     }
 
 private:
+    /// k
+    [[nodiscard]] int shift() const
+    {
+        return 31 - static_cast<int>(std::bit_width(_total)) +
+               static_cast<int>(std::bit_width(_unit));
+    }
+
     std::uint32_t _total;
     std::uint32_t _unit;
-    int _shift;
     std::uint32_t _reciprocal;
+    int _up;   ///< 32 - k, or 0; magnitude < 2^k
+    int _down; ///< k - 32, or 0
     std::uint32_t _divisor = 0;
     std::uint32_t _scaled = 0;
 };

@@ -15,14 +15,14 @@ namespace tarvik {
     if (x == fp<16, 15>::HALF) {
         return fp<16, 15>::MAX;
     }
+    // Every step fits 16 bits without wrapping: 0 <= t <= 2^14, |z| <= |y| <= 2^15, |d| <= 2^13.
     const std::int32_t raw = x.raw();
     const std::int32_t magnitude = raw < 0 ? -raw : raw;
-    const auto t = wrapTo<std::int16_t>((131072 - 4 * magnitude) >> 3);
-    const auto y = wrapTo<std::int16_t>((t * raw) >> 12);
-    const auto z = wrapTo<std::int16_t>((y * (y < 0 ? -y : y)) >> 15);
-    const auto d = wrapTo<std::int16_t>(z - y);
-    const std::int32_t e = (d * 7373) >> 15;
-    return fp<16, 15>(wrapTo<std::int16_t>(y + e));
+    const std::int32_t t = (131072 - 4 * magnitude) >> 3;
+    const std::int32_t y = (t * raw) >> 12;
+    const std::int32_t z = (y * (y < 0 ? -y : y)) >> 15;
+    const std::int32_t e = ((z - y) * 7373) >> 15;
+    return fp<16, 15>(static_cast<std::int16_t>(y + e));
 }
 
 /// cos(pi x): the sine a quarter turn on, reached without leaving [-1, 1).
@@ -35,8 +35,12 @@ namespace tarvik {
 /// zero; dropping whole turns is then the wrap of 16 bits, because 2 is 65536 raw.
 [[nodiscard]] constexpr fp<16, 15> fractionOfPi(fp<32, 15> radians)
 {
-    return fp<16, 15>(
-        wrapTo<std::int16_t>(std::int64_t{radians.raw()} * 32768 / fp<32, 15>::PI.raw()));
+    static_assert(fp<32, 15>::PI.raw() == 32 * 3217);
+    const std::int32_t raw = radians.raw();
+    if (-(1 << 21) < raw && raw < 1 << 21) { // 20 turns; 32 bits hold it
+        return fp<16, 15>(wrapTo<std::int16_t>(raw * 1024 / 3217));
+    }
+    return fp<16, 15>(wrapTo<std::int16_t>(std::int64_t{raw} * 32768 / fp<32, 15>::PI.raw()));
 }
 
 /// The unit factor e^(i pi x), each part 1 - 2^-15 at most.

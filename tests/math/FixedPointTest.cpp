@@ -1,6 +1,7 @@
 #include "math/Complex.h"
 #include "math/fp.h"
 #include "math/isqrt.h"
+#include "math/polar.h"
 #include "math/sinPi.h"
 
 #include <gtest/gtest.h>
@@ -8,6 +9,7 @@
 #include <cmath>
 #include <cstdint>
 #include <limits>
+#include <random>
 
 namespace tarvik {
 namespace {
@@ -142,6 +144,31 @@ TEST(IntegerSquareRoot, IsExactAroundEverySquare)
         }
     }
     EXPECT_EQ(isqrtDigits(std::uint64_t{0}), 0U);
+}
+
+/// Every angle that is close to a change of the result, and many others.
+TEST(PolarAngle, IsThatOfTheRoundedArcTangentInDouble)
+{
+    std::mt19937 random(5); // NOLINT(cert-msc51-cpp): repeatable
+    const auto expectSame = [](int x, int y) {
+        const auto a =
+            Complex<16, 15>::fromRaw(static_cast<std::int16_t>(x), static_cast<std::int16_t>(y));
+        ASSERT_EQ(polarAngle(a), polarAngleByDouble(a)) << x << ", " << y;
+    };
+    for (int x = -60; x <= 60; ++x) {
+        for (int y = -60; y <= 60; ++y) {
+            expectSame(x, y);
+        }
+    }
+    for (const int end : {-32768, -32767, -1, 0, 1, 32767}) {
+        for (int v = -32768; v < 32768; ++v) {
+            expectSame(end, v);
+            expectSame(v, end);
+        }
+    }
+    for (int i = 0; i < 500000; ++i) {
+        expectSame(static_cast<std::int16_t>(random()), static_cast<std::int16_t>(random()));
+    }
 }
 
 } // namespace
