@@ -1,7 +1,6 @@
 #include "analysis/extraction/chaincode/ContourStarts.h"
 
 #include <algorithm>
-#include <array>
 #include <bit>
 
 namespace tarvik::analysis::extraction::chaincode {
@@ -42,29 +41,30 @@ bool anySet(Block words)
     return any != 0;
 }
 
+// The result overlaps with nothing, which lets the compiler use vectors.
+
 /// For a width that is a multiple of 32.
-void findAligned(const std::uint32_t* words, std::size_t wordsPerRow, std::uint32_t* result)
+void findAligned(const std::uint32_t* words, std::size_t wordsPerRow,
+                 std::uint32_t* __restrict result)
 {
-    std::array<std::uint32_t, BLOCK_WORDS> found{}; // tells the compiler that nothing overlaps
+    const std::uint32_t* const up = words - wordsPerRow;
+    const std::uint32_t* const down = words + wordsPerRow;
     for (std::size_t i = 0; i < BLOCK_WORDS; ++i) {
-        found[i] = starts(words[i], *(words + i - wordsPerRow), words[i + wordsPerRow]);
+        result[i] = starts(words[i], up[i], down[i]);
     }
-    std::ranges::copy(found, result);
 }
 
 /// For a row of wordsPerRow words and `shift` more bits, 0 < shift < 32.
 void findShifted(const std::uint32_t* words, std::size_t wordsPerRow, int shift,
-                 std::uint32_t* result)
+                 std::uint32_t* __restrict result)
 {
-    std::array<std::uint32_t, BLOCK_WORDS> found{};
     const std::uint32_t* const up = words - wordsPerRow;
     const std::uint32_t* const down = words + wordsPerRow;
     for (std::size_t i = 0; i < BLOCK_WORDS; ++i) {
         const std::uint32_t above = *(up + i - 1) >> (32 - shift) | up[i] << shift;
         const std::uint32_t below = down[i] >> shift | down[i + 1] << (32 - shift);
-        found[i] = starts(words[i], above, below);
+        result[i] = starts(words[i], above, below);
     }
-    std::ranges::copy(found, result);
 }
 
 } // namespace

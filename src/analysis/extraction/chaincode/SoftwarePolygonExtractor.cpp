@@ -161,22 +161,24 @@ void SoftwarePolygonExtractor::trace(Consumer& consumer)
 template <class Consumer>
 void SoftwarePolygonExtractor::traceBySearch(Consumer& consumer)
 {
-    std::size_t index = _position;
+    const std::size_t start = _position;
+    const std::array offsets = _offsets;
+    std::size_t index = start;
     unsigned direction = _inner ? 3 : 7;
     do {
         _starts.pass(index);
         unsigned code = direction;
         unsigned tries = 8;
-        while (!foreground(index + static_cast<std::size_t>(_offsets[code]))) {
+        while (!foreground(index + static_cast<std::size_t>(offsets[code]))) {
             code = (code + 1) % 8;
             if (--tries == 0) {
                 return; // an isolated pixel has no chain
             }
         }
-        index += static_cast<std::size_t>(_offsets[code]);
+        index += static_cast<std::size_t>(offsets[code]);
         consumer.add(static_cast<std::uint8_t>(code));
         direction = (code + 6) % 8;
-    } while (index != _position);
+    } while (index != start);
 }
 
 template <class Consumer>

@@ -42,12 +42,8 @@ inline bool PolygonBuilderRecursive::formsStraightPiece(std::uint8_t direction,
            !(_pendingLength > 1 && length > 3) && !(_pendingLength > 3 && length > 1);
 }
 
-void PolygonBuilderRecursive::add(std::uint8_t direction, std::uint16_t length)
+void PolygonBuilderRecursive::addRun(std::uint8_t direction, std::uint16_t length)
 {
-    _steps += length;
-    if (_count >= static_cast<int>(_points.size()) - 1) {
-        return;
-    }
     if (!_pending) {
         _pendingDirection = direction;
         _pendingLength = length;

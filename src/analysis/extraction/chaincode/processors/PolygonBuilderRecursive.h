@@ -19,7 +19,13 @@ public:
                             std::span<Complex<16, 14>> points, fp<16, 15> maxError);
 
     /// Advances by a run. Where the room for points ends, further runs are ignored.
-    void add(std::uint8_t direction, std::uint16_t length);
+    void add(std::uint8_t direction, std::uint16_t length)
+    {
+        _steps += length;
+        if (_count < static_cast<int>(_points.size()) - 1) {
+            addRun(direction, length);
+        }
+    }
 
     /// Length of all runs together, those included that found no room.
     [[nodiscard]] std::int64_t steps() const { return _steps; }
@@ -28,6 +34,7 @@ public:
     [[nodiscard]] int finish();
 
 private:
+    void addRun(std::uint8_t direction, std::uint16_t length);
     void advance(std::uint8_t direction, std::uint16_t length);
     void emitPoint();
     [[nodiscard]] bool formsStraightPiece(std::uint8_t direction, std::uint16_t length) const;
