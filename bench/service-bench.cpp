@@ -1,25 +1,36 @@
 #include "client/ControlClient.h"
+#include "client/LabClient.h"
 #include "core/logging/LogManager.h"
 #include "database/Matchings.h"
+#include "image/Image.h"
+#include "io/net/TCPSocket.h"
+#include "io/net/UDPSocket.h"
+#include "ocamera/simulated/Scene.h"
 #include "server/Server.h"
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
+#include <span>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <vector>
 
-/// Latency and throughput of the control connection on the loopback, with a whole server running
+/// Latency and throughput of all connections on the loopback, with a whole server running
 /// and the simulated sensor as fast as its images are processed.
 namespace {
 
 using tarvik::client::ControlClient;
+using tarvik::io::net::UDPSocket;
 using Clock = std::chrono::steady_clock;
 
 double microseconds(Clock::duration duration)
@@ -37,20 +48,79 @@ double imagesPerSecond(std::atomic<long>& received)
     return static_cast<double>(received - before) * 1e6 / microseconds(Clock::now() - start);
 }
 
+/// Times `once` over and over; prints median and 99th percentile.
+template <class Action>
+void measureLatency(const char* what, std::size_t times, Action once)
+{
+    std::vector<double> all;
+    all.reserve(times);
+    for (std::size_t i = 0; i < times; ++i) {
+        const auto start = Clock::now();
+        once();
+        all.push_back(microseconds(Clock::now() - start));
+    }
+    std::sort(all.begin(), all.end());
+    std::printf("%-52s median %8.1f us, 99th percentile %8.1f us, worst %8.1f us\n", what,
+                all[times / 2], all[times * 99 / 100], all.back());
+    std::fflush(stdout);
+}
+
+/// A picture of 8 parts, until its frame and matchings have come back.
+void measureTestPictures(std::uint16_t port)
+{
+    tarvik::image::Image picture(640, 480);
+    OCamera::simulated::Scene({.parts = 8, .standing = true}).grey(0, 640, 480, picture.bytes());
+    tarvik::client::LabClient lab("127.0.0.1", port);
+    lab.connect();
+    measureLatency("test picture to frame and matchings", 1000,
+                   [&] { static_cast<void>(lab.analyze(picture)); });
+    lab.disconnect();
+}
+
+/// A line sent, until the answer's line is there.
+void measureTelnet(std::uint16_t port)
+{
+    tarvik::io::net::TCPSocket socket;
+    socket.open();
+    socket.connect("127.0.0.1", port);
+    const auto readLine = [&] {
+        std::byte byte{};
+        do {
+            socket.read(std::span(&byte, 1));
+        } while (byte != std::byte{'\n'});
+    };
+    readLine(); // the greeting
+    constexpr std::string_view REQUEST = "RV O1\n";
+    measureLatency("telnet RV O1", 3000, [&] {
+        socket.write(std::as_bytes(std::span(REQUEST)));
+        readLine();
+    });
+    socket.close();
+}
+
 void measureRoundTrips(ControlClient& client)
 {
-    constexpr std::size_t REQUESTS = 5000;
-    std::vector<double> times;
-    times.reserve(REQUESTS);
-    for (std::size_t i = 0; i < REQUESTS; ++i) {
-        const auto start = Clock::now();
-        static_cast<void>(client.analyzerConfig());
-        times.push_back(microseconds(Clock::now() - start));
+    measureLatency("GetAnalyzerConfig", 5000, [&] { static_cast<void>(client.analyzerConfig()); });
+}
+
+/// A pulse on the sensor's trigger input, until the datagram with the result is there. What the
+/// simulated sensor takes to draw its scene is part of it.
+void measureDatagrams(ControlClient& client, UDPSocket& receiver, const std::string& trigger)
+{
+    auto config = client.cameraConfig();
+    config.triggerMode = tarvik::camera::CameraConfiguration::EXTERNAL_TRIGGER;
+    client.setCameraConfig(config);
+    static_cast<void>(client.cameraConfig());
+    std::ofstream pulses(trigger);
+    std::array<std::byte, 2048> datagram{};
+    std::this_thread::sleep_for(std::chrono::milliseconds(300)); // for images taken before
+    while (receiver.bytesAvailable() > 0) {
+        static_cast<void>(receiver.readSome(datagram));
     }
-    std::sort(times.begin(), times.end());
-    std::printf("GetAnalyzerConfig, %zu round trips: median %.1f us, 99th percentile %.1f us, "
-                "worst %.1f us\n",
-                REQUESTS, times[REQUESTS / 2], times[REQUESTS * 99 / 100], times.back());
+    measureLatency("trigger pulse to UDP datagram", 300, [&] {
+        pulses.put('!').flush();
+        static_cast<void>(receiver.readSome(datagram));
+    });
 }
 
 void measureStreaming(ControlClient& client, std::atomic<long>& received)
@@ -78,6 +148,16 @@ int main()
         std::perror("scratch folder");
         return 1;
     }
+    const std::string trigger = folder + "/trigger";
+    if (::mkfifo(trigger.c_str(), 0600) != 0) {
+        std::perror("trigger");
+        return 1;
+    }
+    ::setenv("OCAMERA_TRIGGER", trigger.c_str(), 1);
+    constexpr std::uint16_t RESULT_PORT = 7466;
+    UDPSocket receiver;
+    receiver.open();
+    receiver.bind("127.0.0.1", RESULT_PORT);
     {
         tarvik::com::server::ServerOptions options;
         options.directory = folder;
@@ -87,6 +167,7 @@ int main()
         options.udpPort = 0;
         tarvik::com::server::Server server(options);
         server.telnet().setConfig({.port = 0, .timeout = 0});
+        server.udpSender().setConfig({.autoDistribute = true, .destinationPort = RESULT_PORT});
         server.start();
         while (server.controlPort() == 0) {
             std::this_thread::yield();
@@ -97,6 +178,9 @@ int main()
         client.connect();
         measureRoundTrips(client);
         measureStreaming(client, received);
+        measureTelnet(server.telnet().localPort());
+        measureTestPictures(server.lab().localPort());
+        measureDatagrams(client, receiver, trigger);
         client.disconnect();
         server.stop();
     }
