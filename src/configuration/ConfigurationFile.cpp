@@ -52,10 +52,9 @@ void save(const SystemConfiguration& configuration, const std::string& path)
         io::serialization::XMLEncoder encoder;
         encoder& field("Tarvik", configuration);
         encoder.saveToFile(path);
-    } catch (const io::IOException& e) {
-        throw IOException(std::string(e.what()) + " " + e.reason());
     } catch (const IOException& e) {
-        throw IOException(about(path, e.what()));
+        throw IOException(e.reason().empty() ? about(path, e.what())
+                                             : std::string(e.what()) + " " + e.reason());
     }
 }
 
