@@ -5,6 +5,7 @@
 #include "image/Image.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <exception>
 #include <filesystem>
@@ -51,7 +52,7 @@ Taken take(const char* model, CameraConfiguration config)
 }
 
 /// A part of one plane, around the point, this many times as large.
-Image cutOut(const Image& picture, int plane, int x0, int y0, int scale)
+Image cutOut(const Image& picture, std::size_t plane, int x0, int y0, int scale)
 {
     Image result(WIDTH, HEIGHT);
     const std::uint8_t* const pixels = picture.data() + picture.pixelCount() * plane;

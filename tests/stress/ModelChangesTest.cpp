@@ -189,6 +189,8 @@ protected:
         logging::LogManager::globalInstance().setConfig({.logToConsole = false});
         EXPECT_EQ(::mkfifo((_folder / "trigger").c_str(), 0600), 0);
         ::setenv("OCAMERA_FPS", "200", 1);
+        ::setenv("OCAMERA_PARTS", "2", 1);
+        ::setenv("OCAMERA_NOISE", "0", 1); // most of the time would go into drawing it
         ::setenv("OCAMERA_TRIGGER", (_folder / "trigger").c_str(), 1);
     }
 

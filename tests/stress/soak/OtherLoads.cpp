@@ -1,0 +1,150 @@
+#include "server/Peer.h"
+#include "stress/soak/Loads.h"
+
+#include <poll.h>
+#include <sys/socket.h>
+
+#include <algorithm>
+#include <array>
+#include <exception>
+#include <memory>
+#include <numeric>
+#include <random>
+#include <regex>
+#include <span>
+#include <stdexcept>
+#include <string>
+
+namespace tarvik::soak {
+
+namespace {
+
+using test::Peer;
+
+constexpr std::uint16_t TELNET_PORT = 9999;
+
+struct Question
+{
+    const char* command;
+    const char* answer; ///< a regular expression
+};
+
+constexpr std::array QUESTIONS{
+    Question{"VERSION", "Tarvik 1\\.7\\.0 Build .*"},
+    Question{"IMAGE", "1 OK: operation successful\\."},
+    Question{"RV Hello", "HELLO"},
+    Question{"RV Objects", "\\d+"},
+    Question{"RV O1", "-?\\d+, -?[\\d.]+, -?[\\d.]+, \\(.*\\)"},
+    Question{"nonsense", "0 ERROR: parse error, or command unknown\\."},
+};
+
+void ask(Peer& controller, const Question& question)
+{
+    controller.send(std::string(question.command) + "\n");
+    const std::string answer = controller.receiveLine();
+    if (!std::regex_match(answer, std::regex(question.answer))) {
+        throw std::runtime_error("'" + std::string(question.command) + "' was answered with '" +
+                                 answer + "'");
+    }
+}
+
+/// The binary record may hold line ends.
+void askForRecord(Peer& controller)
+{
+    controller.send("RDO \"RPD\"\r\n");
+    const auto head = controller.receive(30);
+    const auto objects = std::to_integer<std::size_t>(head[12]);
+    const auto rest = controller.receive(40 * objects + 2);
+    if (objects > 16 || std::to_integer<char>(rest.back()) != '\n') {
+        throw std::runtime_error("a broken record");
+    }
+}
+
+/// Somebody else may be served: tries until it is greeted.
+std::unique_ptr<Peer> connectPatiently(Stage& stage)
+{
+    const Clock::time_point end = Clock::now() + stage.score.limit(std::chrono::seconds(5));
+    while (true) {
+        try {
+            auto controller = std::make_unique<Peer>(TELNET_PORT, stage.server.address().c_str());
+            static_cast<void>(controller->receiveLine());
+            ++stage.score.reconnects;
+            return controller;
+        } catch (const std::exception&) {
+            if (Clock::now() > end || !stage.score.pause(std::chrono::milliseconds(5))) {
+                throw;
+            }
+        }
+    }
+}
+
+} // namespace
+
+void runTelnet(Stage& stage)
+{
+    constexpr int QUESTIONS_PER_CONNECTION = 100;
+    while (stage.score.goesOn()) {
+        const Clock::time_point start = Clock::now();
+        try {
+            const auto controller = connectPatiently(stage);
+            for (int i = 0; i < QUESTIONS_PER_CONNECTION && stage.score.goesOn(); ++i) {
+                if (i % 7 == 6) {
+                    askForRecord(*controller);
+                } else {
+                    ask(*controller, QUESTIONS.at(static_cast<std::size_t>(i) % QUESTIONS.size()));
+                }
+                ++stage.score.requests;
+            }
+        } catch (const std::exception& e) {
+            stage.score.failUnlessDisturbed(start, std::string("telnet: ") + e.what());
+        }
+    }
+}
+
+void runResets(Stage& stage)
+{
+    constexpr std::array PORTS{client::ControlClient::PORT, client::LabClient::PORT, TELNET_PORT};
+    std::mt19937 random(7);
+    while (stage.score.pause(std::chrono::milliseconds(20))) {
+        const std::uint16_t port = PORTS.at(random() % PORTS.size());
+        const int connection = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+        sockaddr_in server{};
+        server.sin_family = AF_INET;
+        server.sin_port = htons(port);
+        server.sin_addr.s_addr = ::inet_addr(stage.server.address().c_str());
+        if (::connect(connection, reinterpret_cast<const sockaddr*>(&server), sizeof server) == 0) {
+            std::array<unsigned char, 64> nonsense{};
+            for (unsigned char& byte : nonsense) {
+                byte = static_cast<unsigned char>(random());
+            }
+            static_cast<void>(
+                ::send(connection, nonsense.data(), random() % nonsense.size(), MSG_NOSIGNAL));
+        }
+        const linger hard{1, 0};
+        ::setsockopt(connection, SOL_SOCKET, SO_LINGER, &hard, sizeof hard);
+        ::close(connection);
+        ++stage.score.resets;
+    }
+}
+
+void runReceiver(Stage& stage, int socket)
+{
+    std::array<unsigned char, 2048> datagram{};
+    while (stage.score.goesOn()) {
+        pollfd entry{socket, POLLIN, 0};
+        if (::poll(&entry, 1, 100) <= 0) {
+            continue;
+        }
+        const ssize_t size = ::recv(socket, datagram.data(), datagram.size(), 0);
+        const std::span bytes(datagram.data(),
+                              static_cast<std::size_t>(std::max<ssize_t>(size, 0)));
+        const unsigned sum = std::accumulate(bytes.begin(), bytes.end(), 0U) % 256;
+        const std::size_t expected = bytes.size() < 17 ? 17 : 17U + 40U * bytes[14];
+        if (sum != 255 || bytes.size() != expected) {
+            stage.score.fail("a broken datagram of " + std::to_string(size) + " bytes");
+        }
+        ++stage.score.datagrams;
+    }
+}
+
+} // namespace tarvik::soak

@@ -1,0 +1,265 @@
+#include "stress/soak/Loads.h"
+#include "stress/soak/Trend.h"
+
+#include <arpa/inet.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cstdint>
+#include <cstdio>
+#include <exception>
+#include <ratio>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+/// Uses the server in every way at once for a while and watches that nothing gets lost, mixed up
+/// or ever larger; see scripts/soak.
+
+namespace {
+
+using namespace tarvik;
+using namespace tarvik::soak;
+using namespace std::chrono_literals;
+
+constexpr auto SAMPLE = 1s;
+constexpr double MAX_GROWTH_KB_PER_HOUR = 100;
+/// A slope is no chance when it is more than so many standard errors above the bound.
+constexpr double SIGNIFICANT = 3;
+/// Of shorter runs, chance makes slopes of any size: a single buffer that is used for the first
+/// time counts for hours. There the least that is held in the last fifth of the time must not
+/// exceed that of the first fifth by more than two pictures of the largest model.
+constexpr double MINUTES_FOR_A_SLOPE = 30;
+constexpr std::size_t MAX_STEP_KB = 8192;
+
+struct Options
+{
+    std::string server;
+    std::string wallClock;
+    std::string address = "127.0.0.1";
+    double minutes = 1;
+    int patience = 1;
+    bool memory = true;
+};
+
+/// A socket for the datagrams, and its port.
+std::pair<int, std::uint16_t> openReceiver(const std::string& address)
+{
+    const int receiver = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    sockaddr_in local{};
+    local.sin_family = AF_INET;
+    local.sin_addr.s_addr = ::inet_addr(address.c_str());
+    socklen_t size = sizeof local;
+    auto* const name = reinterpret_cast<sockaddr*>(&local);
+    if (::bind(receiver, name, size) != 0 || ::getsockname(receiver, name, &size) != 0) {
+        throw std::runtime_error("No UDP port is free on " + address);
+    }
+    return {receiver, ntohs(local.sin_port)};
+}
+
+/// The server sends from a port that every server of a machine wants for itself.
+void checkSenderPort()
+{
+    constexpr std::uint16_t SENDER_PORT = 7756;
+    const int probe = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    sockaddr_in local{};
+    local.sin_family = AF_INET;
+    local.sin_port = htons(SENDER_PORT);
+    const int result = ::bind(probe, reinterpret_cast<const sockaddr*>(&local), sizeof local);
+    ::close(probe);
+    if (result != 0) {
+        throw std::runtime_error(
+            "UDP port 7756 is taken, by another server? End it and try again.");
+    }
+}
+
+/// Runs the loads until the time is over or the server has ended; what it held every second.
+std::vector<test::ProcessUse> runLoads(Stage& stage, int receiver, Clock::duration time)
+{
+    LabLoad lab(stage);
+    ControlLoad control(stage);
+    std::vector<std::thread> threads;
+    threads.emplace_back([&] { lab.run(); });
+    threads.emplace_back([&] { control.run(); });
+    threads.emplace_back([&] { runTelnet(stage); });
+    threads.emplace_back([&] { runResets(stage); });
+    threads.emplace_back([&] { runReceiver(stage, receiver); });
+    std::vector<test::ProcessUse> samples;
+    const Clock::time_point end = Clock::now() + time;
+    while (Clock::now() < end && stage.score.pause(SAMPLE)) {
+        if (!stage.server.runs()) {
+            stage.score.fail("the server has ended");
+            break;
+        }
+        samples.push_back(stage.server.use());
+        if (samples.size() % 60 == 0) {
+            std::fprintf(stderr, "%zu min: %ld pictures, %zu kB, %zu threads, %zu descriptors\n",
+                         samples.size() / 60, stage.score.numberedImages.load(),
+                         samples.back().residentKB, samples.back().threads,
+                         samples.back().descriptors);
+        }
+    }
+    stage.score.end();
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    return samples;
+}
+
+/// What the server holds when nobody uses it: the least of the next seconds.
+test::ProcessUse useAtRest(const ServerProcess& server)
+{
+    test::ProcessUse least = server.use();
+    for (int i = 0; i < 25; ++i) {
+        std::this_thread::sleep_for(200ms);
+        const test::ProcessUse now = server.use();
+        least.threads = std::min(least.threads, now.threads);
+        least.descriptors = std::min(least.descriptors, now.descriptors);
+    }
+    return least;
+}
+
+Trend memoryTrend(const std::vector<test::ProcessUse>& samples)
+{
+    std::vector<double> kilobytes;
+    for (const test::ProcessUse& sample : samples) {
+        kilobytes.push_back(static_cast<double>(sample.residentKB));
+    }
+    return Trend::of(kilobytes, std::chrono::duration<double>(SAMPLE).count());
+}
+
+void print(const Score& score)
+{
+    std::printf(
+        "numbered pictures, each with its own result %ld\n"
+        "images streamed to the control client       %ld\n"
+        "datagrams                                   %ld\n"
+        "requests answered                           %ld\n"
+        "log entries streamed                        %ld\n"
+        "reconnects                                  %ld\n"
+        "connects ended by a reset                   %ld\n"
+        "model changes                               %ld\n"
+        "camera faults survived                      %ld (images again after %ld ms at most)\n"
+        "clock set ten years forth or back           %ld\n"
+        "interrupted by a model change or a fault    %ld\n",
+        score.numberedImages.load(), score.streamedImages.load(), score.datagrams.load(),
+        score.requests.load(), score.logEntries.load(), score.reconnects.load(),
+        score.resets.load(), score.modelChanges.load(), score.faults.load(),
+        score.longestRecoveryMs.load(), score.clockJumps.load(), score.excused.load());
+}
+
+/// Least resident memory in some fifth of the samples, 0 to 4.
+std::size_t floorOfFifth(const std::vector<test::ProcessUse>& samples, std::size_t fifth)
+{
+    const std::size_t length = samples.size() / 5;
+    std::size_t least = samples.at(fifth * length).residentKB;
+    for (std::size_t i = 0; i < length; ++i) {
+        least = std::min(least, samples.at(fifth * length + i).residentKB);
+    }
+    return least;
+}
+
+void judgeMemory(Score& score, const std::vector<test::ProcessUse>& samples, double minutes)
+{
+    const Trend trend = memoryTrend(samples);
+    const std::size_t first = floorOfFifth(samples, 0);
+    const std::size_t last = floorOfFifth(samples, 4);
+    std::printf("memory                                      %zu kB, before %zu; slope %+.0f kB/h "
+                "+- %.0f\n",
+                last, first, trend.perHour, trend.uncertainty);
+    const bool slopes = minutes >= MINUTES_FOR_A_SLOPE &&
+                        trend.perHour - SIGNIFICANT * trend.uncertainty > MAX_GROWTH_KB_PER_HOUR;
+    if (slopes || last > first + MAX_STEP_KB) {
+        score.fail("memory grows");
+    }
+}
+
+void judgeRest(Score& score, const test::ProcessUse& before, const test::ProcessUse& after,
+               const std::string& descriptors)
+{
+    std::printf("threads at rest                             %zu, before %zu\n"
+                "descriptors at rest                         %zu, before %zu\n",
+                after.threads, before.threads, after.descriptors, before.descriptors);
+    if (after.threads > before.threads || after.descriptors > before.descriptors) {
+        score.fail("threads or descriptors have grown; the descriptors are\n" + descriptors);
+    }
+}
+
+/// Every part of the whole has happened.
+void judgeCompleteness(Score& score)
+{
+    for (const std::atomic<long>* count :
+         {&score.numberedImages, &score.streamedImages, &score.datagrams, &score.requests,
+          &score.logEntries, &score.reconnects, &score.resets, &score.modelChanges, &score.faults,
+          &score.clockJumps}) {
+        if (*count == 0) {
+            score.fail("something has not happened at all; see the counts");
+        }
+    }
+}
+
+int runSoak(const Options& options)
+{
+    checkSenderPort();
+    const auto [receiver, port] = openReceiver(options.address);
+    ServerProcess server({.program = options.server,
+                          .wallClock = options.wallClock,
+                          .address = options.address,
+                          .datagramPort = port});
+    const auto time = std::chrono::duration_cast<Clock::duration>(
+        std::chrono::duration<double, std::ratio<60>>(options.minutes));
+    // Until every log is full and every buffer has its size.
+    const Clock::duration warmUp = std::clamp<Clock::duration>(time / 5, 5s, 5min);
+    Score warmUpScore(options.patience);
+    Stage warming{warmUpScore, server, !options.wallClock.empty(),
+                  camera::CameraFactory::instance().implementations().front().get(), 0};
+    static_cast<void>(runLoads(warming, receiver, warmUp));
+    const test::ProcessUse before = useAtRest(server);
+
+    Score score(options.patience);
+    Stage stage{score, server, warming.ownClock, warming.model.load(), warming.lastPicture.load()};
+    const auto samples = runLoads(stage, receiver, time);
+    const test::ProcessUse after = useAtRest(server);
+    print(score);
+    if (options.memory && samples.size() >= 5) {
+        judgeMemory(score, samples, options.minutes);
+    }
+    judgeRest(score, before, after, server.descriptors());
+    judgeCompleteness(score);
+    const int status = server.stop(10 * options.patience);
+    if (status != 0) {
+        score.fail("the server ended with status " + std::to_string(status));
+        std::fprintf(stderr, "%s\n", server.output().c_str());
+    }
+    ::close(receiver);
+    const int failures = score.failures() + warmUpScore.failures();
+    std::puts(failures == 0 ? "pass" : "FAIL");
+    return failures == 0 ? 0 : 1;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    Options options;
+    CLI::App app(
+        "Uses tarvik-server in every way at once and watches that nothing gets lost, mixed "
+        "up or ever larger.");
+    app.add_option("--server", options.server, "The program")->required();
+    app.add_option("--wall-clock", options.wallClock, "The library with a clock of its own");
+    app.add_option("--address", options.address, "Loopback address of the ports [127.0.0.1]");
+    app.add_option("--minutes", options.minutes, "How long, after a warm-up of a fifth of it [1]");
+    app.add_option("--patience", options.patience, "Factor of every time limit [1]");
+    app.add_flag("!--no-memory", options.memory, "Do not judge the memory's slope");
+    CLI11_PARSE(app, argc, argv);
+    try {
+        return runSoak(options);
+    } catch (const std::exception& e) {
+        std::fprintf(stderr, "soak: %s\n", e.what());
+        return 1;
+    }
+}
