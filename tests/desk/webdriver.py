@@ -35,19 +35,17 @@ def free_port():
 
 
 class Browser:
-    def __init__(self, folder, width=1440, height=900, dark=False):
+    def __init__(self, folder, width=1440, height=900, nice=0):
         self._port = free_port()
         self._log = open(os.path.join(folder, "chromedriver.log"), "ab")
         self._driver = subprocess.Popen(
             ["chromedriver", f"--port={self._port}"], stdout=self._log, stderr=self._log,
-            start_new_session=True)
+            start_new_session=True, preexec_fn=lambda: os.nice(nice))
         self._session = None
         arguments = ["--headless=new", "--no-sandbox", "--disable-dev-shm-usage", "--disable-gpu",
                      "--no-first-run", "--disable-extensions", "--disable-background-networking",
                      "--disable-component-update", "--hide-scrollbars",
                      f"--window-size={width},{height}", f"--user-data-dir={folder}/profile"]
-        if dark:
-            arguments.append("--force-dark-mode")
         wait_for("chromedriver", self._ready)
         answer = self._call("POST", "/session", {"capabilities": {"alwaysMatch": {
             "browserName": "chrome", "goog:chromeOptions": {"args": arguments},
