@@ -1,7 +1,6 @@
 #include "configuration/ConfigurationFile.h"
 
 #include "io/IOException.h"
-#include "io/IOException.h"
 #include "io/serialization/SerializationException.h"
 #include "io/serialization/XMLDecoder.h"
 #include "io/serialization/XMLEncoder.h"

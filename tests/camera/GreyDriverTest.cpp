@@ -1,7 +1,7 @@
 #include "Support.h"
 #include "camera/CameraException.h"
-#include "image/BinaryImage.h"
 #include "image/Binarization.h"
+#include "image/BinaryImage.h"
 #include "support/Thrown.h"
 
 #include <gmock/gmock.h>

@@ -27,7 +27,7 @@ using File = std::unique_ptr<std::FILE, FileCloser>;
 {
     const std::string why = std::generic_category().message(errno);
     throw IOException("Couldn't save file.", "'" + path + "' cannot be " + what + ": " + why +
-                                                   ". The file stays as it was.");
+                                                 ". The file stays as it was.");
 }
 
 /// Returns when the whole document has reached the disk.
