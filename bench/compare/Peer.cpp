@@ -67,8 +67,9 @@ int Peer::ownerOf(std::size_t hole) const
     }
     const cv::Point inside = _contours[hole].front();
     for (std::size_t i = 0; i < _outlineCount; ++i) {
-        const auto& outline = _outlines[i].points; // few points, unlike the contour itself
-        if (cv::pointPolygonTest(outline, inside, false) >= 0) {
+        // The reduced outline has few points, unlike the contour itself.
+        if (_outlines[i].box.contains(inside) &&
+            cv::pointPolygonTest(_outlines[i].points, inside, false) >= 0) {
             return static_cast<int>(i);
         }
     }
@@ -100,6 +101,7 @@ int Peer::findPolygons(const image::Image& grey)
         Outline& outline = hole ? next(_holes, _holeCount) : next(_outlines, _outlineCount);
         cv::approxPolyDP(contour, outline.points, MAX_DEVIATION * unit, true);
         outline.contour = static_cast<int>(i);
+        outline.box = cv::boundingRect(outline.points);
         outline.owner = hole ? ownerOf(i) : -1;
     }
     return static_cast<int>(_outlineCount);

@@ -42,6 +42,7 @@ private:
     struct Outline
     {
         std::vector<cv::Point> points;
+        cv::Rect box;
         int contour = -1; ///< index in _contours
         int owner = -1;   ///< of a hole: index in _outlines, or in _contours by _hierarchy
     };

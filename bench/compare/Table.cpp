@@ -51,8 +51,8 @@ std::string format(const char* pattern, Args... args)
 
 std::string bar(double y, double fraction, const char* colour, const std::string& label)
 {
-    constexpr double LEFT = 330;
-    constexpr double WIDTH = 380;
+    constexpr double LEFT = 10;
+    constexpr double WIDTH = 480;
     const double width = std::max(1.0, fraction * WIDTH);
     return format("<rect x=\"%g\" y=\"%g\" width=\"%.1f\" height=\"13\" fill=\"%s\"/>\n", LEFT, y,
                   width, colour) +
@@ -142,6 +142,7 @@ std::string svg(const std::vector<Row>& rows)
         }
         bars += format("<text x=\"10\" y=\"%g\" font-weight=\"bold\">%s</text>\n", y + 11,
                        row.what.c_str());
+        y += BAR;
         for (const Contestant& c : row.contestants) {
             const bool own = &c == &row.contestants.front();
             bars += bar(y, c.microseconds / slowest, own ? "#1f77b4" : "#bbbbbb",
@@ -150,7 +151,7 @@ std::string svg(const std::vector<Row>& rows)
         }
         y += GAP;
     }
-    return format("<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"960\" height=\"%g\" "
+    return format("<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"720\" height=\"%g\" "
                   "font-family=\"sans-serif\" font-size=\"12\">\n"
                   "<rect width=\"100%%\" height=\"100%%\" fill=\"white\"/>\n"
                   "<text x=\"10\" y=\"22\" font-size=\"15\">Processor time of one thread; in each "

@@ -4,6 +4,7 @@
 #include "image/Packing.h"
 
 #include <algorithm>
+#include <cstring>
 
 namespace tarvik::image {
 
@@ -73,9 +74,14 @@ void CompressedBinaryImage::load(const Image& grey, ByteWindow window)
 
 void CompressedBinaryImage::unpack(std::span<std::uint8_t> pixels) const
 {
-    for (std::size_t i = 0; i < pixels.size(); ++i) {
-        const bool foreground = (_words[i / WORD_BITS] >> i % WORD_BITS & 1U) != 0;
-        pixels[i] = foreground ? 255 : 0;
+    for (std::size_t i = 0; i < pixels.size(); i += 8) {
+        const std::uint64_t eight = _words[i / WORD_BITS] >> i % WORD_BITS & 0xFFU;
+        // A copy of the bits in each byte, of which it keeps its own; then 0 stays, and any other
+        // value becomes 255.
+        const std::uint64_t own = (eight * 0x0101010101010101U) & 0x8040201008040201U;
+        const std::uint64_t set = (own + 0x7F7F7F7F7F7F7F7FU) >> 7 & 0x0101010101010101U;
+        const std::uint64_t bytes = set * 255;
+        std::memcpy(&pixels[i], &bytes, std::min<std::size_t>(8, pixels.size() - i));
     }
 }
 
