@@ -1,6 +1,7 @@
 #include "server/Peer.h"
 #include "stress/soak/Loads.h"
 
+#include <fnmatch.h>
 #include <poll.h>
 #include <sys/socket.h>
 
@@ -10,7 +11,6 @@
 #include <memory>
 #include <numeric>
 #include <random>
-#include <regex>
 #include <span>
 #include <stdexcept>
 #include <string>
@@ -26,23 +26,23 @@ constexpr std::uint16_t TELNET_PORT = 9999;
 struct Question
 {
     const char* command;
-    const char* answer; ///< a regular expression
+    const char* answer; ///< as a pattern of file names
 };
 
 constexpr std::array QUESTIONS{
-    Question{"VERSION", "Tarvik 1\\.7\\.0 Build .*"},
-    Question{"IMAGE", "1 OK: operation successful\\."},
+    Question{"VERSION", "Tarvik 1.7.0 Build *"},
+    Question{"IMAGE", "1 OK: operation successful."},
     Question{"RV Hello", "HELLO"},
-    Question{"RV Objects", "\\d+"},
-    Question{"RV O1", "-?\\d+, -?[\\d.]+, -?[\\d.]+, \\(.*\\)"},
-    Question{"nonsense", "0 ERROR: parse error, or command unknown\\."},
+    Question{"RV Objects", "[0-9]*"},
+    Question{"RV O1", "*[0-9], *[0-9], *[0-9], (*)"},
+    Question{"nonsense", "0 ERROR: parse error, or command unknown."},
 };
 
 void ask(Peer& controller, const Question& question)
 {
     controller.send(std::string(question.command) + "\n");
     const std::string answer = controller.receiveLine();
-    if (!std::regex_match(answer, std::regex(question.answer))) {
+    if (::fnmatch(question.answer, answer.c_str(), 0) != 0) {
         throw std::runtime_error("'" + std::string(question.command) + "' was answered with '" +
                                  answer + "'");
     }
