@@ -139,6 +139,7 @@ protected:
     {
         setEnvironment("OCAMERA_FPS", "0");
         setEnvironment("OCAMERA_PARTS", "1");
+        setEnvironment("OCAMERA_SCENE", "");
         setEnvironment("OCAMERA_SENSOR", "");
         setEnvironment("OCAMERA_TRIGGER", "");
         OCamera::simulated::resetSimulation();
