@@ -83,7 +83,7 @@ std::string byte(std::size_t value)
 void fillFromScene(com::StreamContents& contents, database::DatabaseState& database)
 {
     constexpr std::uint32_t images = 20;
-    OCamera::simulated::Scene scene({});
+    OCamera::simulated::Scene scene;
     test::SceneChain chain(640, 480);
     chain.teachAll(scene);
     chain.enableBreakup();
