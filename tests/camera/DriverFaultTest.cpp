@@ -251,7 +251,14 @@ TEST_P(DriverFaultTest, EveryCallFailsOnceWithEveryError)
     EXPECT_GE(calls, 38U);
 }
 
-INSTANTIATE_TEST_SUITE_P(Models, DriverFaultTest, testing::ValuesIn(test::MODELS), test::modelName);
+// One thread alone, so the thread sanitizer has nothing to find: it gets a sample.
+#ifdef __SANITIZE_THREAD__
+const auto MODELS = testing::Values("R1B (640x480)");
+#else
+const auto MODELS = testing::ValuesIn(test::MODELS);
+#endif
+
+INSTANTIATE_TEST_SUITE_P(Models, DriverFaultTest, MODELS, test::modelName);
 
 } // namespace
 
