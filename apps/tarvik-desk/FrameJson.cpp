@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <numbers>
 
 namespace tarvik::desk {
 
@@ -23,8 +22,6 @@ double rounded(double value, int decimals)
 }
 
 namespace {
-
-constexpr double RAD_TO_DEG = 180 / std::numbers::pi;
 
 Json point(PixelPoint p)
 {

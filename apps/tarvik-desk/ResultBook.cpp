@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <numbers>
 
 namespace tarvik::desk {
 
@@ -10,8 +9,6 @@ using concurrent::MutexLock;
 using database::Matching;
 
 namespace {
-
-constexpr double RAD_TO_DEG = 180 / std::numbers::pi;
 
 /// In quotes, and harmless to a spreadsheet, which would read a leading = + - @ as a formula.
 std::string cell(const std::string& text)

@@ -24,7 +24,6 @@ using httplib::Response;
 
 namespace {
 
-constexpr const char* JSON_TYPE = "application/json; charset=utf-8";
 constexpr std::chrono::milliseconds PICTURE_PATIENCE{4000};
 
 void send(Response& response, const Json& json)

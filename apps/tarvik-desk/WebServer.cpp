@@ -32,8 +32,6 @@ const httplib::Headers SECURITY_HEADERS{
     {"Cache-Control", "no-store"},
 };
 
-constexpr const char* JSON_TYPE = "application/json; charset=utf-8";
-
 void answer(httplib::Response& response, const ApiError& error)
 {
     response.status = error.status();

@@ -22,7 +22,7 @@ using configuration::SystemConfiguration;
 
 namespace {
 
-constexpr const char* FOOTER = R"(
+constexpr const char* CONFIG_FOOTER = R"(
 Examples:
   tarvik-lab config get                              everything
   tarvik-lab config get camera analyzer.ROI          some groups
@@ -164,7 +164,7 @@ std::unique_ptr<Target> open(const ConfigOptions& options)
     return std::make_unique<FileTarget>(options.file);
 }
 
-void print(const std::vector<Setting>& settings)
+void printSettings(const std::vector<Setting>& settings)
 {
     std::size_t width = 0;
     for (const Setting& setting : settings) {
@@ -182,10 +182,10 @@ void get(const ConfigOptions& options)
     const auto target = open(options);
     const std::vector<Setting> all = target->visible(target->read());
     if (options.words.empty()) {
-        print(all);
+        printSettings(all);
     }
     for (const std::string& name : options.words) {
-        print(settingsNamed(all, name));
+        printSettings(settingsNamed(all, name));
     }
 }
 
@@ -209,7 +209,7 @@ void set(const ConfigOptions& options)
         changed.push_back(settingsNamed(settings(configuration), setting.name).front());
     }
     target->write(configuration, groups);
-    print(changed);
+    printSettings(changed);
 }
 
 } // namespace
@@ -218,7 +218,7 @@ void addConfigCommand(CLI::App& app, int& exitCode)
 {
     auto options = std::make_shared<ConfigOptions>();
     CLI::App* const command = app.add_subcommand("config", "Show and change settings");
-    command->footer(FOOTER);
+    command->footer(CONFIG_FOOTER);
     command->require_subcommand(1);
     const auto add = [&](const char* name, const char* about, void (*action)(const ConfigOptions&),
                          const char* words) {

@@ -20,7 +20,7 @@ using logging::LogEntry;
 
 namespace {
 
-constexpr const char* FOOTER = R"(
+constexpr const char* LOG_FOOTER = R"(
 Examples:
   tarvik-lab log            what has happened
   tarvik-lab log --follow   and what happens, until Ctrl-C)";
@@ -47,7 +47,7 @@ std::string printableText(std::string text)
     return text;
 }
 
-void print(const NamedEntry& named)
+void printEntry(const NamedEntry& named)
 {
     const sys::DateTime& t = named.entry.time;
     std::array<char, 96> stamp{};
@@ -67,7 +67,7 @@ void printAll(const logging::LogManagerSnapshot& logs)
         }
     }
     std::ranges::stable_sort(all, {}, timeOf);
-    std::ranges::for_each(all, print);
+    std::ranges::for_each(all, printEntry);
 }
 
 void showLog(const ServerOption& server, bool follow)
@@ -78,7 +78,7 @@ void showLog(const ServerOption& server, bool follow)
     concurrent::Mutex printing;
     camera.onLog([&printing](const ControlClient::LogUpdate& update) {
         const concurrent::MutexLock lock(printing);
-        print({update->logName, update->entry});
+        printEntry({update->logName, update->entry});
     });
     camera.connect();
     {
@@ -100,7 +100,7 @@ void addLogCommand(CLI::App& app, int& exitCode)
     auto server = std::make_shared<ServerOption>();
     auto follow = std::make_shared<bool>(false);
     CLI::App* const command = app.add_subcommand("log", "Show the camera's log");
-    command->footer(FOOTER);
+    command->footer(LOG_FOOTER);
     server->addTo(*command, ControlClient::PORT);
     command->add_flag("--follow", *follow, "Go on with new entries");
     command->callback([server, follow, &exitCode] {

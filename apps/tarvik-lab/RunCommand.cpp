@@ -26,7 +26,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr const char* FOOTER = R"(
+constexpr const char* RUN_FOOTER = R"(
 Prints one JSON object per picture: objects with template (null: not recognised), pixel (centre of
 the outline), position (output units), rotation (degrees), confidence and error (0 to 1), holes,
 clipped (reaches into the border) and cropped (cut from a larger object); times in microseconds.
@@ -183,7 +183,7 @@ void addRunCommand(CLI::App& app, int& exitCode)
     auto options = std::make_shared<RunOptions>();
     CLI::App* const command =
         app.add_subcommand("run", "Show pictures to the camera and print what it recognises");
-    command->footer(FOOTER);
+    command->footer(RUN_FOOTER);
     options->server.addTo(*command, LabClient::PORT);
     command->add_flag("--scale", options->scale, "Bring pictures to the camera's size");
     command

@@ -11,7 +11,7 @@ namespace tarvik::lab {
 
 namespace {
 
-constexpr const char* FOOTER = R"(
+constexpr const char* TEACH_FOOTER = R"(
 A picture shows one part alone, in the size of the camera's pictures:
   FILE                                  the options below apply
   ID:FILE,grip=XxY,height=H,rotation=D  all but FILE may be left out
@@ -55,7 +55,7 @@ void addTeachCommand(CLI::App& app, int& exitCode)
     auto options = std::make_shared<TeachOptions>();
     CLI::App* const command =
         app.add_subcommand("teach", "Teach the camera, or a configuration file, new parts");
-    command->footer(FOOTER);
+    command->footer(TEACH_FOOTER);
     options->server.addTo(*command, client::ControlClient::PORT);
     command->add_option("--lab-port", options->labPort, "The camera's TCP port for pictures")
         ->capture_default_str();

@@ -19,7 +19,7 @@ using Clock = std::chrono::steady_clock;
 
 namespace {
 
-constexpr const char* FOOTER = R"(
+constexpr const char* WATCH_FOOTER = R"(
 On a terminal a table that refreshes, else one line per image.
 
 Examples:
@@ -137,7 +137,7 @@ void addWatchCommand(CLI::App& app, int& exitCode)
 {
     auto options = std::make_shared<WatchOptions>();
     CLI::App* const command = app.add_subcommand("watch", "Show what the camera recognises, live");
-    command->footer(FOOTER);
+    command->footer(WATCH_FOOTER);
     options->server.addTo(*command, ControlClient::PORT);
     command->add_flag("--once", options->once, "One image only");
     command->add_option("--frames", options->frames, "So many images; 0 for no end")
