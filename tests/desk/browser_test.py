@@ -21,9 +21,11 @@ class PageTest(unittest.TestCase):
     """One browser for all; every test begins with a stand and a page of its own."""
 
     taught = 5
+    model = None
 
     def setUp(self):
-        self.stand = Stand(OPTIONS.build, OPTIONS.bind, taught=self.taught, environment={"OCAMERA_NOISE": "2"})
+        self.stand = Stand(OPTIONS.build, OPTIONS.bind, taught=self.taught, model=self.model,
+                           environment={"OCAMERA_NOISE": "2"})
         self.stand.__enter__()
         self.addCleanup(self.stand.__exit__)
         folder = tempfile.mkdtemp(prefix="tarvik-browser-")
@@ -148,6 +150,38 @@ class ThresholdTest(PageTest):
         b.button("Suggest")
         wait_for("Otsu's threshold", lambda: 70 < self.stand.setting("camera.ThresholdLow") < 190)
         wait_for("the parts again", lambda: abs(b.run(self.white) - before) < .03)
+        self.no_complaints()
+
+
+class ColourTest(PageTest):
+    taught = 0
+    model = "R1C (640x480)"
+
+    def test_parts_are_told_by_their_colour(self):
+        b = self.browser
+        hue = ".channels > div:first-child .histogram"
+        self.view("threshold")
+        wait_for("all parts", lambda: .02 < b.run(ThresholdTest.white) < .5)
+        everything = b.run(ThresholdTest.white)
+        self.assertEqual(b.run("return [...document.querySelectorAll('h3')].map((h) => h.textContent)"),
+                         ["Hue", "Saturation", "Brightness"])
+        # A window through red, where hue starts over, holds some parts and neither others nor the belt.
+        self.drag(hue, (1, .5), (25 / 255, .5))
+        wait_for("the upper bound", lambda: self.stand.setting("camera.GreaterValH") == 25)
+        self.drag(hue, (0, .5), (205 / 255, .5))
+        wait_for("a window that wraps", lambda: self.stand.setting("camera.LowerValH") == 205)
+        wait_for("fewer parts", lambda: .002 < b.run(ThresholdTest.white) < .8 * everything)
+        self.assertLess(b.run("return document.querySelectorAll('.scene')[1].getBoundingClientRect().top"), 500,
+                        "the binary picture is in view beside what changes it")
+        self.picture("colour")
+        b.run("location.hash = 'live'")
+        for name in ("Hue", "Saturation", "Value", "Picture"):
+            b.button(name)
+        self.frames()
+        wait_for("images", lambda: b.run("return window.shown > 3"))
+        self.assertTrue(b.run("""const c = document.querySelector('.scene canvas');
+            const d = c.getContext('2d').getImageData(0, 0, c.width, c.height).data;
+            return d.some((v, i) => i % 4 === 0 && Math.abs(v - d[i + 2]) > 60);"""), "the picture has colours")
         self.no_complaints()
 
 

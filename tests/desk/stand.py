@@ -17,8 +17,8 @@ PARTS = ["tab-washer", "plate", "gear", "key", "cam", "bracket"]
 class Stand:
     """with Stand(build, "127.0.71.1", taught=5) as stand: ..."""
 
-    def __init__(self, build, address, taught=0, environment=None, options=()):
-        self.build, self.address = build, address
+    def __init__(self, build, address, taught=0, environment=None, options=(), model=None):
+        self.build, self.address, self.model = build, address, model
         self.folder = tempfile.mkdtemp(prefix="tarvik-desk-")
         self.environment = {**os.environ, "OCAMERA_FPS": "30", **(environment or {})}
         self.options = options
@@ -49,6 +49,8 @@ class Stand:
             text = file.read()
         closed = text.replace("<RequestSysTime>1<", "<RequestSysTime>0<")
         assert closed != text, "the clock of this machine must be out of reach"
+        if self.model:
+            closed = re.sub(r"(<Implementation>)[^<]*", rf"\g<1>{self.model}", closed, count=1)
         with open(f"{self.folder}/config.xml", "w", encoding="utf-8") as file:
             file.write(closed)
 

@@ -31,7 +31,7 @@ export function threshold(main, signal) {
     colour = Boolean(desk.state.colour);
     suggest.hidden = colour;
     bars = (colour ? HSV : GREY).map((channel) => new Bar(channel, send));
-    box.replaceChildren(...bars.map((b) => b.element),
+    box.replaceChildren(el("div", {class: colour ? "channels" : ""}, bars.map((b) => b.element)),
       el("p", {class: "hint"}, "Drag the two handles, or move them with the arrow keys. What lies between them is foreground" +
         (colour ? "; with the hue's first handle to the right of the second the window runs through red." : ".")));
     read();
