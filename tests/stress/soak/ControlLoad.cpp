@@ -288,7 +288,8 @@ void ControlLoad::awaitImages(const std::string& after)
         _stage.score.fail("no images after " + after + (agrees ? "" : "; the camera is not open"));
     }
     const auto took = std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start);
-    _stage.score.longestRecoveryMs = std::max<long>(_stage.score.longestRecoveryMs, took.count());
+    _stage.score.longestRecoveryMs =
+        std::max(_stage.score.longestRecoveryMs.load(), static_cast<long>(took.count()));
 }
 
 /// The parts of a result are of one picture; pictures come in their order.
