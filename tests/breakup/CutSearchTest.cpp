@@ -153,17 +153,6 @@ TEST(CutSearch, TakesTheFarthestCornersForFar)
     EXPECT_EQ(cuts.count(), 0);
 }
 
-TEST(CutSearch, NotesWhereTheCutLies)
-{
-    Cuts cuts;
-    findCuts(polygon(TWO_BLOBS), 4, shorterThan(3), cuts);
-    ASSERT_EQ(cuts.count(), 1);
-    const Cut& cut = cuts.cuts()[0];
-    EXPECT_EQ(cut.objectIndex, 4);
-    EXPECT_EQ(cut.point1, atGrid({11, 4}));
-    EXPECT_EQ(cut.point2, atGrid({11, 6}));
-}
-
 TEST(CutSearch, StopsAtTwentyFiveCutsOfAllObjects)
 {
     Cuts cuts;

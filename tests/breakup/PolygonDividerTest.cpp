@@ -181,15 +181,6 @@ TEST_F(PolygonDividerTest, PassesFramesOnAsConfigured)
     }
 }
 
-TEST_F(PolygonDividerTest, LeavesTheFrameAloneWhenDisabled)
-{
-    divider.setConfig(BreakupConfiguration());
-    addObject(TWO_BLOBS, NONE);
-    divide();
-    EXPECT_EQ(frame.objectCount(), 1);
-    EXPECT_EQ(frame.possibleCuts().count(), 0);
-}
-
 TEST_F(PolygonDividerTest, CutsInTwo)
 {
     addObject(shifted(SQUARE, 50, 0), 3);
@@ -290,19 +281,6 @@ TEST_F(PolygonDividerTest, StopsAtTwentyFiveObjects)
     EXPECT_EQ(outlineOf(24), pick(THREE_BLOBS, {2, 3, 4, 5, 10, 11, 12, 13, 2}));
 }
 
-TEST_F(PolygonDividerTest, BreaksNothingUpInAFullFrame)
-{
-    addObject(TWO_BLOBS, NONE);
-    for (int i = 1; i < 25; ++i) {
-        addObject(shifted(SQUARE, 0, 20), 1);
-    }
-    divide();
-    EXPECT_EQ(frame.objectCount(), 25);
-    EXPECT_EQ(outlineOf(0), withEnd(TWO_BLOBS));
-    EXPECT_FALSE(frame.object(0).cropped());
-    EXPECT_EQ(frame.possibleCuts().count(), 1);
-}
-
 TEST_F(PolygonDividerTest, DividesTheLongestOutlinesWithinTheFramesPools)
 {
     // 25 blobs in a row fill the list of cuts; the parts must not outgrow the pool.
@@ -320,18 +298,6 @@ TEST_F(PolygonDividerTest, DividesTheLongestOutlinesWithinTheFramesPools)
     for (int i = 0; i < 25; ++i) {
         EXPECT_GE(frame.object(i).polygon().pointCount(), 7) << i;
     }
-}
-
-TEST_F(PolygonDividerTest, ForgetsTheCutsOfTheFrameBefore)
-{
-    addObject(TWO_BLOBS, NONE);
-    divide();
-    EXPECT_EQ(frame.possibleCuts().count(), 1);
-    frame.beginImage();
-    addObject(SQUARE, NONE);
-    divide();
-    EXPECT_EQ(frame.possibleCuts().count(), 0);
-    EXPECT_EQ(frame.objectCount(), 1);
 }
 
 TEST_F(PolygonDividerTest, ConfigurationSurvivesXMLAndIsKeptWhenOneFails)

@@ -62,20 +62,6 @@ public:
 
 } // namespace
 
-TEST(LogManager, MakesALogPerName)
-{
-    QuietManager manager;
-    Log* const server = manager.getLog("Server");
-    Log* const camera = manager.getLog("Camera");
-    EXPECT_EQ(manager.getLog("Server"), server);
-    EXPECT_EQ(server->index(), 0);
-    EXPECT_EQ(camera->index(), 1);
-    EXPECT_EQ(manager.logCount(), 2);
-    EXPECT_EQ(manager.getLog(1), camera);
-    EXPECT_EQ(thrown<Exception>([&] { (void)manager.getLog(2); }), "Invalid log index.");
-    EXPECT_EQ(Log(manager).index(), -1);
-}
-
 TEST(Log, KeepsItsLast512Entries)
 {
     QuietManager manager;
@@ -169,19 +155,6 @@ TEST(Log, SurvivesEntriesFromManyThreads)
     }
     EXPECT_EQ(manager.snapshot().logs.size(), 2U);
     EXPECT_EQ(manager.getLog("even")->entryCount(), 512);
-}
-
-TEST(Logging, MakesEntriesInItsComponentsLog)
-{
-    LogManager& manager = LogManager::globalInstance();
-    manager.setConfig({.logToConsole = false});
-    const Component component;
-    component.work();
-    const LogEntry entry = manager.getLog("Component under test")->getEntry(0);
-    EXPECT_EQ(entry.message, "too hot");
-    EXPECT_EQ(entry.priority, 2);
-    EXPECT_FALSE(entry.time.isUTC);
-    EXPECT_GE(entry.time.year, 2011);
 }
 
 TEST(Logging, SurvivesAListenerThatFails)

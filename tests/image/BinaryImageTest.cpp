@@ -65,16 +65,6 @@ TEST(BinaryImage, HoldsWhatThresholdingTheBytesGives)
     }
 }
 
-TEST(BinaryImage, CopiesAsBytes)
-{
-    std::mt19937 random(2); // NOLINT(cert-msc51-cpp): repeatable
-    const Image grey = randomGrey(random, 40, 6);
-    BinaryImage binary;
-    binary.binarize(grey, CASES[0].window);
-    const Image copy = binary;
-    EXPECT_TRUE(std::ranges::equal(copy.bytes(), binarized(grey, CASES[0].window).bytes()));
-}
-
 TEST(CompressedBinaryImage, ClearsTheOutermostPixels)
 {
     for (const auto& [width, height] : {std::pair(64, 5), {33, 4}, {1, 3}, {70, 1}, {3, 3}}) {

@@ -17,17 +17,6 @@ std::vector<std::uint32_t> wordsOf(const CompressedBinaryImage& packed)
     return {packed.words().begin(), packed.words().end()};
 }
 
-TEST(CompressedBinaryImage, NumbersPixelsRowByRowFromTheLowestBit)
-{
-    const Image picture =
-        test::drawn({"#..", ".#.", "..#", "...", "###", "...", "...", "...", "...", "...", "..#"});
-    CompressedBinaryImage packed;
-    packed.load(picture); // pixels 0, 4, 8, 12 to 14, and 32, the first of the second word
-    EXPECT_EQ(wordsOf(packed), (std::vector<std::uint32_t>{0x00007111, 0x00000001}));
-    EXPECT_EQ(packed.width(), 3);
-    EXPECT_EQ(packed.height(), 11);
-}
-
 TEST(CompressedBinaryImage, TakesEveryByteButZeroForForeground)
 {
     Image picture(256, 1);
@@ -38,17 +27,6 @@ TEST(CompressedBinaryImage, TakesEveryByteButZeroForForeground)
     packed.load(picture);
     EXPECT_EQ(wordsOf(packed),
               (std::vector<std::uint32_t>{0xFFFFFFFE, ~0U, ~0U, ~0U, ~0U, ~0U, ~0U, ~0U}));
-}
-
-TEST(CompressedBinaryImage, LeavesTheBitsBehindTheLastPixelZero)
-{
-    Image picture(7, 5);
-    test::fill(picture, 0, 0, 7, 5);
-    CompressedBinaryImage packed;
-    packed.load(picture);
-    EXPECT_EQ(wordsOf(packed), (std::vector<std::uint32_t>{~0U, 0x7}));
-    packed.load(picture, 1, 1, 3, 2);
-    EXPECT_EQ(wordsOf(packed), (std::vector<std::uint32_t>{0x3F}));
 }
 
 TEST(CompressedBinaryImage, PacksRegionsOfAnyWidthAndPlace)

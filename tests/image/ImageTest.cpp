@@ -90,16 +90,6 @@ TEST(ImageTest, KeepsItsBufferWhileItIsLargeEnough)
     EXPECT_TRUE(view.ownsData()) << "somebody else's buffer is not written to";
 }
 
-TEST(ImageTest, LeavesNothingBehindWhenMoved)
-{
-    Image image(2, 1, 3, Format::Planar, ColorSpace::RGB);
-    const Image taken = std::move(image);
-    EXPECT_THAT(taken.bytes(), Each(0));
-    EXPECT_TRUE(image.empty()); // NOLINT(bugprone-use-after-move): that is the point
-    EXPECT_EQ(image.channels(), 1);
-    EXPECT_EQ(image.data(), nullptr);
-}
-
 TEST(ImageTest, RefusesDescriptionsItCannotHold)
 {
     struct Case
