@@ -418,16 +418,6 @@ TEST_F(SecondPass, OnlyPublishesWhatNeedsNoSecondLook)
     }
 }
 
-TEST_F(AnalyzerTest, FindsNothingInPicturesTooNarrow)
-{
-    for (const auto& [width, height] : {std::pair(1, 40), {40, 1}, {2, 40}, {40, 2}, {0, 0}}) {
-        SCOPED_TRACE(testing::Message() << width << " x " << height);
-        image::Image picture(static_cast<std::uint16_t>(width), static_cast<std::uint16_t>(height));
-        test::fill(picture, 0, 0, width, height);
-        EXPECT_EQ(analyze(picture).objectCount(), 0);
-    }
-}
-
 TEST_F(AnalyzerTest, SurvivesAColourPicture)
 {
     const int objects = analyze(withSquares({{10, 10}})).objectCount();
@@ -435,33 +425,6 @@ TEST_F(AnalyzerTest, SurvivesAColourPicture)
     camera::ImageEvent event{nullptr, &original, &colour, -1};
     EXPECT_ANY_THROW(analyzer.onEvent(event));
     EXPECT_EQ(analyze(withSquares({{10, 10}})).objectCount(), objects);
-}
-
-TEST_F(AnalyzerTest, LogsEveryChangeOfItsConfiguration)
-{
-    auto* const log = logging::LogManager::globalInstance().getLog("Analysis");
-    log->clearLog();
-    configure([](AnalyzerConfiguration& config) { config.setPolygonExtractor(nullptr); });
-    ASSERT_EQ(log->entryCount(), 1);
-    EXPECT_EQ(log->getEntry(0).message, "Config changed.");
-    EXPECT_EQ(log->getEntry(0).priority, 1);
-}
-
-TEST(AnalyzerConfiguration, HasItsDefaults)
-{
-    const AnalyzerConfiguration config;
-    EXPECT_EQ(config.polygonExtractor()->name(), "SoftwarePolygonExtractor");
-    EXPECT_EQ(config.minPolygonSize.raw(), 1550);
-    EXPECT_EQ(config.maxPolygonSize.raw(), 60000);
-    EXPECT_EQ(config.maxPolygonError.raw(), 16384);
-    EXPECT_FALSE(config.allowNestedObjects);
-    EXPECT_TRUE(config.performLensCorrection);
-    for (const ClippingArea& area : {config.clippingFrame.top, config.clippingFrame.right,
-                                     config.clippingFrame.bottom, config.clippingFrame.left}) {
-        EXPECT_TRUE(area.active);
-        EXPECT_EQ(area.size.raw(), 819);
-    }
-    EXPECT_EQ(config.roi, ROI());
 }
 
 TEST(ROI, TurnsNegativeSizesRoundAndCutsWhatLiesOutside)

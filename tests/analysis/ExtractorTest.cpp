@@ -128,22 +128,6 @@ TEST(Extractor, FindsAHoleFromThePixelAboveIt)
               expected);
 }
 
-TEST(Extractor, TakesTheInnerEdgeOfAThinRingForPassed)
-{
-    EXPECT_EQ(contoursOf(test::drawn({"................", ".####...........", ".#..#...........",
-                                      ".####...........", "................"})),
-              (std::vector<Contour>{{false, "1,1 4,1 4,3 1,3 1,1"}}));
-}
-
-TEST(Extractor, EndsAThinFigureThatPassesItsStartTwice)
-{
-    // From the tip down the right leg and back: the end. The left leg starts once more, runs over
-    // the tip, down the right leg and back over the tip.
-    EXPECT_EQ(contoursOf(test::drawn({"................", "...#............", "..#.#...........",
-                                      "................"})),
-              (std::vector<Contour>{{false, "3,1 3,1"}, {false, "2,2 3,1 2,2"}}));
-}
-
 TEST(Extractor, KeepsImageCoordinatesWithinARegion)
 {
     const image::Image picture = test::drawn(
@@ -160,61 +144,6 @@ TEST(Extractor, KeepsImageCoordinatesWithinARegion)
     EXPECT_EQ(contoursOf(picture, ROI(15, 0, 5, 5)), whole); // starts on the last column
     EXPECT_EQ(contoursOf(picture, ROI(0, 7, 5, 5)), whole);  // starts on the last row
     EXPECT_EQ(contoursOf(picture, ROI(10, 7, -5, -5)), contoursOf(picture, ROI(5, 2, 5, 5)));
-}
-
-TEST(Extractor, RoundsStartPointsTowardsTheCentre)
-{
-    image::Image picture(15, 9); // halves: 7 and 4
-    test::fill(picture, 6, 1, 1, 1);
-    test::fill(picture, 8, 1, 1, 1);
-    test::fill(picture, 6, 7, 1, 1);
-    SoftwarePolygonExtractor extractor;
-    extractor.begin(picture, {}, EVERY_CORNER);
-    const std::array<Point, 3> expected{Point::fromRaw(-2340, -7021), Point::fromRaw(2340, -7021),
-                                        Point::fromRaw(-2340, 7021)};
-    for (const Point& point : expected) {
-        std::array<Point, 4> points{};
-        int count = 0;
-        ASSERT_TRUE(extractor.nextPolygon(points, count));
-        EXPECT_EQ(count, 1);
-        EXPECT_EQ(points[0], point);
-    }
-}
-
-TEST(Extractor, GivesAsManyPointsAsThereIsRoomFor)
-{
-    const image::Image square =
-        test::drawn({"................", "...###..........", "...###..........", "...###..........",
-                     "................"});
-    // Runs that find no room are ignored, and the closing point is where the others ended: a run
-    // is pending with room for three, so that its end comes twice.
-    EXPECT_EQ(contoursOf(square, {}, 1), (std::vector<Contour>{{false, "3,1"}}));
-    EXPECT_EQ(contoursOf(square, {}, 2), (std::vector<Contour>{{false, "3,1"}}));
-    EXPECT_EQ(contoursOf(square, {}, 3), (std::vector<Contour>{{false, "3,1 5,1 5,3"}}));
-    EXPECT_EQ(contoursOf(square, {}, 4), (std::vector<Contour>{{false, "3,1 5,1 5,3 3,3"}}));
-    EXPECT_EQ(contoursOf(square, {}, 5), (std::vector<Contour>{{false, "3,1 5,1 5,3 3,3 3,1"}}));
-}
-
-TEST(Extractor, MeasuresTheLineOfAContour)
-{
-    image::Image picture(64, 48); // a step is 512 raw, 1024 raw long
-    test::fill(picture, 3, 3, 2, 2);
-    test::fill(picture, 10, 10, 1, 1);
-    test::fill(picture, 20, 20, 1, 1);
-    test::fill(picture, 21, 21, 1, 1);
-    SoftwarePolygonExtractor extractor;
-    extractor.begin(picture, {}, EVERY_CORNER);
-    Point centre;
-    fp<32, 15> length;
-    ASSERT_TRUE(extractor.nextPolygon(&centre, &length));
-    EXPECT_EQ(centre, Point::fromRaw(-14592, -10496)); // (3.5, 3.5)
-    EXPECT_EQ(length.raw(), 4096);
-    ASSERT_TRUE(extractor.nextPolygon(&centre, &length));
-    EXPECT_EQ(centre, Point::fromRaw(-22 * 512, -14 * 512));
-    EXPECT_EQ(length.raw(), 0);
-    ASSERT_TRUE(extractor.nextPolygon(nullptr, &length));
-    EXPECT_EQ(length.raw(), 2 * 1448); // 1024 times the root of 2, downwards
-    EXPECT_FALSE(extractor.nextPolygon(&centre, nullptr));
 }
 
 TEST(Extractor, TakesNothingWithoutRoomOrOutsideAScan)
@@ -260,14 +189,6 @@ TEST(Extractor, ClearsAPictureThatIsNothingButEdge)
     SoftwarePolygonExtractor extractor;
     extractor.begin(nothing, {}, EVERY_CORNER);
     EXPECT_FALSE(extractor.hasNext());
-}
-
-TEST(ExtractorFactory, KnowsTheSoftwareExtractor)
-{
-    auto& factory = PolygonExtractorFactory::instance();
-    ASSERT_EQ(factory.implementations().size(), 1U);
-    EXPECT_EQ(factory.defaultImplementation()->name(), "SoftwarePolygonExtractor");
-    EXPECT_EQ(factory.defaultImplementation()->description(), "No Description");
 }
 
 struct Runs

@@ -134,13 +134,6 @@ TEST(FourierDescriptor, DoesNotDependOnTheOrientation)
     }
 }
 
-TEST(FourierDescriptor, MakesTheFirstFrequencyRealAndPositive)
-{
-    const Coefficient first = described(outline(1.1, 3)).frequencies()[CENTRE + 1];
-    EXPECT_GT(first.re.raw(), 0);
-    EXPECT_LE(std::abs(first.im.raw()), 10);
-}
-
 TEST(FourierDescriptor, HoldsTheCentreUnturned)
 {
     const Polygon polygon = outline(0.7, 2);
@@ -206,17 +199,6 @@ TEST(FourierDescriptor, NormalisesWithTheNewRotation)
     // (4000, 0) turned by the same angle the other way.
     EXPECT_NEAR(descriptor.frequencies()[CENTRE - 1].re.raw(), 0, 3);
     EXPECT_NEAR(descriptor.frequencies()[CENTRE - 1].im.raw(), -4000, 3);
-}
-
-TEST(FourierDescriptor, MovesItsCentreOnly)
-{
-    FourierDescriptor descriptor = described(outline(0, 0));
-    const FourierDescriptor before = descriptor;
-    descriptor.move(coefficient(32767, -1));
-    descriptor.move(coefficient(1, 1));
-    EXPECT_EQ(descriptor.centre(),
-              coefficient(before.centre().re.raw() - 32768, before.centre().im.raw()));
-    EXPECT_EQ(difference(before, descriptor), 0);
 }
 
 } // namespace

@@ -31,16 +31,6 @@ Object squareObject(int x, int y, int half, int id = -1)
     return object;
 }
 
-TEST(Object, StartsWithoutIdentityFlagsAndHoles)
-{
-    const Object object;
-    EXPECT_EQ(object.id(), -1);
-    EXPECT_FALSE(object.cropped());
-    EXPECT_FALSE(object.clipped());
-    EXPECT_EQ(object.polygon().pointCount(), 0);
-    EXPECT_EQ(object.innerContourCount(), 0);
-}
-
 TEST(Object, Holds100Holes)
 {
     Object object;
@@ -58,31 +48,6 @@ TEST(Object, Holds100Holes)
     EXPECT_EQ(object.innerContourCount(), 100);
     EXPECT_EQ(object.addInnerContour(), nullptr);
     EXPECT_EQ(object.innerContourCount(), 100);
-}
-
-TEST(Object, CopiesItsHolesWithTheirPoints)
-{
-    auto pool = squareAround(100, 100, 50);
-    Object object = squareObject(0, 0, 1000, 7);
-    object.setCropped(true);
-    object.setClipped(true);
-    object.addInnerContour()->polygon.setPoints(pool, /*copy*/ false);
-    const Point corner = pool[0];
-
-    const Object copy = object;
-    Object view;
-    view.borrow(object);
-    pool.fill(at(0, 0));
-    for (const Object* o : {&copy, &std::as_const(view)}) {
-        EXPECT_EQ(o->id(), 7);
-        EXPECT_TRUE(o->cropped());
-        EXPECT_TRUE(o->clipped());
-        ASSERT_EQ(o->innerContourCount(), 1);
-        EXPECT_EQ(o->polygon().length(), object.polygon().length());
-    }
-    EXPECT_EQ(copy.innerContours()[0].polygon.points()[0], corner);
-    EXPECT_TRUE(copy.innerContours()[0].polygon.ownsPoints());
-    EXPECT_EQ(view.innerContours()[0].polygon.points().data(), pool.data());
 }
 
 TEST(Frame, Holds25Objects)
@@ -206,21 +171,6 @@ TEST(Frame, KeepsTheIdentityOfObjectsThatStayInPlace)
         SCOPED_TRACE(c.what);
         EXPECT_EQ(idsAfter(c.before, c.now), c.ids);
     }
-}
-
-TEST(Frame, RemembersOneImageOnly)
-{
-    const auto frame = std::make_unique<Frame>();
-    Object::currentID = 0;
-    for (const int count : {1, 0, 1}) {
-        frame->beginImage();
-        if (count == 1) {
-            frame->setObject(0, squareObject(0, 0, 100));
-        }
-        frame->matchObjectIDs();
-    }
-    EXPECT_EQ(frame->object(0).id(), 1);
-    EXPECT_EQ(frame->lastObjectCount(), 0);
 }
 
 TEST(Frame, TakesItsPartPointsFromTheirOwnPool)

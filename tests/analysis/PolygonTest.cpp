@@ -126,15 +126,6 @@ TEST(Polygon, MeasuresDistancesAsDefined)
     }
 }
 
-TEST(Polygon, MovesAndWraps)
-{
-    Polygon polygon(2);
-    polygon.moveTo(at(32767, -5));
-    polygon.move(at(1, -1));
-    EXPECT_EQ(polygon.position(), at(-32768, -6));
-    EXPECT_EQ(pointsOf(polygon), std::vector<Point>(2));
-}
-
 struct Turn
 {
     const char* what;
@@ -225,15 +216,6 @@ TEST(Polygon, CountsWindingsInAHollow)
     EXPECT_TRUE(horseshoe.contains(at(600, 0)));
 }
 
-TEST(Polygon, ExtendsToItsFarthestPoint)
-{
-    Polygon polygon(2);
-    EXPECT_EQ(polygon.computeExtendSq().raw(), 1);
-    polygon.setPoint(0, at(30, 40));
-    polygon.setPoint(1, at(-60, 0));
-    EXPECT_EQ(polygon.computeExtendSq().raw(), 3600);
-}
-
 TEST(Polygon, AdoptsOwnsAndBorrowsPoints)
 {
     std::array<Point, 4> pool{at(0, 0), at(400, 0), at(0, 400), at(0, 0)};
@@ -280,15 +262,6 @@ TEST(Polygon, MovesItsPointsToAnother)
     moved = std::move(view);
     EXPECT_EQ(moved.points().data(), pool.data());
     EXPECT_FALSE(moved.ownsPoints());
-}
-
-TEST(Polygon, CopiesPointsOfItsOwn)
-{
-    Polygon polygon = polygonOf({at(0, 0), at(400, 0), at(0, 400), at(0, 0)});
-    std::vector<Point> before = pointsOf(polygon);
-    const Polygon& same = polygon;
-    polygon = same;
-    EXPECT_EQ(pointsOf(polygon), before);
 }
 
 TEST(Polygon, RebuildsItselfFromADescriptor)

@@ -235,35 +235,4 @@ TEST(AdvancedComparator, TakesTheRotationFromTheFirstShiftThatFits)
     EXPECT_EQ(comparator.compare(object, t).rotation.raw(), 0) << "angles were not compared";
 }
 
-TEST(AdvancedComparator, TakesOverWhatTheOtherComparatorHas)
-{
-    AdvancedComparator from;
-    from.maxError = fp<32, 30>(1);
-    from.compareDistances = true;
-    from.distMaxDiff = fp<32, 28>(2);
-    AdvancedComparator to;
-    static_cast<Comparator&>(to) = from;
-    EXPECT_EQ(to.maxError.raw(), 1);
-    EXPECT_TRUE(to.compareDistances);
-    EXPECT_EQ(to.distMaxDiff.raw(), 2);
-
-    StereoComparator other;
-    other.maxError = fp<32, 30>(9);
-    static_cast<Comparator&>(to) = other;
-    EXPECT_EQ(to.maxError.raw(), 9);
-    EXPECT_EQ(to.distMaxDiff.raw(), 2);
-}
-
-TEST(ComparatorFactory, KnowsTwoByNameAndMakesTheFirstByDefault)
-{
-    const auto& factory = ComparatorFactory::instance();
-    ASSERT_EQ(factory.implementations().size(), 2U);
-    EXPECT_EQ(factory.find("Outer and inner contours")->index(), 0);
-    EXPECT_EQ(factory.find("Outer contours")->index(), 1);
-    EXPECT_EQ(factory.find("outer contours"), nullptr);
-    const auto made = ComparatorFactory::make(nullptr);
-    EXPECT_NE(dynamic_cast<AdvancedComparator*>(made.get()), nullptr);
-    EXPECT_EQ(made->maxError.raw(), 10737418);
-}
-
 } // namespace

@@ -241,27 +241,6 @@ TEST_P(BothComparators, EverythingStoredSurvivesBothCoders)
 INSTANTIATE_TEST_SUITE_P(Database, BothComparators,
                          testing::Values("Outer and inner contours", "Outer contours"));
 
-TEST(Database, XMLHasTheDefaultsOfTheConfigurationFile)
-{
-    const std::string text = xml(Database());
-    std::string flat;
-    for (const char c : text) {
-        if (c != '\n' && c != '\t') {
-            flat += c;
-        }
-    }
-    EXPECT_THAT(flat, HasSubstr("<ComparatorName>Outer and inner contours</ComparatorName>"));
-    EXPECT_THAT(flat, HasSubstr("<Comparator><MaxError>0.010000</MaxError>"
-                                "<CompareLengths>1</CompareLengths>"
-                                "<CompareAngles>0</CompareAngles>"
-                                "<CompareDistances>0</CompareDistances>"
-                                "<CorrectRotation>0</CorrectRotation>"
-                                "<LengthsMaxDiff>0.029999</LengthsMaxDiff>"
-                                "<AnglesMaxDiff>0.052368</AnglesMaxDiff>"
-                                "<DistMaxDiff>0.030000</DistMaxDiff></Comparator>"
-                                "<TemplateCount>0</TemplateCount></Database>"));
-}
-
 TEST(Database, AFailedDecodingChangesNothing)
 {
     Database other;

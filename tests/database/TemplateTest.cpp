@@ -51,17 +51,6 @@ void addHoleToL(analysis::Object& object, double radians, double x, double y)
     addHole(object, {relative.re.raw(), relative.im.raw()});
 }
 
-TEST(Template, IsEmptyAtFirst)
-{
-    const Template t;
-    EXPECT_EQ(t.id, -1);
-    EXPECT_EQ(t.height.raw(), 0);
-    EXPECT_EQ(t.gripRotation.raw(), 51472);
-    EXPECT_TRUE(t.considerInnerContours);
-    EXPECT_EQ(t.innerContourCount(), 0);
-    EXPECT_EQ(t.polygon().pointCount(), 0);
-}
-
 TEST(Template, TeachingMeasuresTheHolesWhereTheyLieAfterTurning)
 {
     // An outline without length has rotation 0, and the turn by 0 takes 2^-15 off each coordinate
@@ -84,14 +73,6 @@ TEST(Template, TeachingMeasuresTheHolesWhereTheyLieAfterTurning)
     // Up (-51471), right (0), left (102944).
     EXPECT_EQ(t.firstInnerContourAngle().raw(), -51471);
     EXPECT_THAT(t.angles(), ElementsAre(fp<32, 15>(51471), fp<32, 15>(102944), fp<32, 15>(51472)));
-}
-
-TEST(Template, TeachingWithoutHolesLeavesNoAngle)
-{
-    const Template t(0, analysis::Object());
-    EXPECT_EQ(t.innerContourCount(), 0);
-    EXPECT_TRUE(t.lengths().empty());
-    EXPECT_EQ(t.firstInnerContourAngle().raw(), 0);
 }
 
 TEST(Template, IsTheSameHoweverTheObjectLayWhenTaught)
@@ -171,34 +152,6 @@ TEST(Template, CopiesOwnTheirPointsAndTakeOnlyTheHolesThatCount)
     copy = Template();
     EXPECT_EQ(copy.innerContourCount(), 0);
     EXPECT_EQ(copy.id, -1);
-}
-
-TEST(Template, EncodesItsFieldsInTheOrderOfTheProtocol)
-{
-    TemplateSpec spec{.id = 5,
-                      .shape = descriptor({{1, 100, 0}}, 3),
-                      .shapeRotated = descriptor({{1, -100, 0}}, 4),
-                      .rotation = fp<32, 15>(11),
-                      .gripPoint = Complex<16, 15>::fromRaw(-1, 2),
-                      .considerInnerContours = false,
-                      .holes = {{fp<32, 15>(21), fp<32, 28>(22), fp<32, 15>(23)}},
-                      .firstAngle = fp<32, 15>(24)};
-    const Template t = makeTemplate(spec);
-    EXPECT_EQ(t.id, 5);
-    EXPECT_EQ(t.rotation.raw(), 11);
-    EXPECT_EQ(t.gripPoint, spec.gripPoint);
-    EXPECT_FALSE(t.considerInnerContours);
-    EXPECT_THAT(t.lengths(), ElementsAre(fp<32, 15>(21)));
-    EXPECT_THAT(t.distances(), ElementsAre(fp<32, 28>(22)));
-    EXPECT_THAT(t.angles(), ElementsAre(fp<32, 15>(23)));
-    EXPECT_EQ(t.firstInnerContourAngle().raw(), 24);
-    EXPECT_EQ(t.fourierDescriptor().rotation().raw(), 3);
-    EXPECT_EQ(t.fourierDescriptorRotated().rotation().raw(), 4);
-
-    io::stream::MemoryOutputStream out;
-    io::serialization::BinaryEncoder<io::stream::MemoryOutputStream> encoder(out);
-    encoder& io::serialization::field("Template", t);
-    EXPECT_EQ(std::vector(out.bytes().begin(), out.bytes().end()), encoded(spec));
 }
 
 TEST(Template, RefusesMoreHolesThanFit)
