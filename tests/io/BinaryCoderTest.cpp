@@ -115,13 +115,6 @@ TEST(BinaryCoder, WritesAndReadsEveryKindOfValue)
                   sampleEverything());
 }
 
-TEST(BinaryCoder, TakesAnyByteButZeroForTrue)
-{
-    bool value = false;
-    decode("80", field("V", value));
-    EXPECT_TRUE(value);
-}
-
 TEST(BinaryCoder, EndsATextAtItsFirstZeroByte)
 {
     std::string text = "old";
@@ -218,18 +211,6 @@ TEST(BinaryCoder, StoresAnImplementationAsItsName)
     EXPECT_EQ(chosen, factory.find("Circle")) << "the refused name must not change the choice";
     chosen = nullptr;
     EXPECT_EQ(encoded(choice("Shape", factory, chosen)), "06 00 00 00 43 69 72 63 6C 65");
-}
-
-TEST(BinaryCoder, WritesByteBlocksWithoutACount)
-{
-    const std::array<std::uint8_t, 3> pixels{1, 2, 255};
-    stream::MemoryOutputStream out;
-    Encoder(out).bytes("data", std::span(pixels));
-    EXPECT_EQ(toHex(out.bytes()), "01 02 FF");
-    std::array<std::uint8_t, 3> read{};
-    stream::MemoryInputStream in(out.bytes());
-    Decoder(in).bytes("data", std::span(read));
-    EXPECT_EQ(read, pixels);
 }
 
 TEST(BinaryCoder, ReadsWhatArrivesInPieces)

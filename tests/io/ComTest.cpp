@@ -174,27 +174,6 @@ TEST(Com, AnswersARequest)
     EXPECT_EQ(peers.read(4), emptyId) << "also one that reads and writes nothing";
 }
 
-TEST(Com, ActsOnACommandWithoutAnswering)
-{
-    Peers peers;
-    auto owned = std::make_unique<Number>(0, "Number", Message::Type::Command);
-    const Number& command = *owned;
-    peers.server.registerMessage(owned.release());
-    peers.write(NUMBER_ID + " 15 00 00 00");
-    peers.server.receive(nullptr);
-    EXPECT_EQ(command.acted, 42);
-    peers.server.send(Number(1, "Next", Message::Type::Notification), PATIENT_MS);
-    EXPECT_EQ(peers.read(8), toHex(buffer::toLittleEndian(Message::idOf("Next"))) + " 01 00 00 00")
-        << "nothing of the command came before it";
-}
-
-TEST(Com, RefusesAnUnknownId)
-{
-    Peers peers;
-    peers.write("01 02 03 04");
-    EXPECT_EQ(failure([&] { peers.server.receive(nullptr); }), "Received message not registered.");
-}
-
 TEST(Com, ForgetsUnreadInputWithTheConnection)
 {
     Peers peers;
