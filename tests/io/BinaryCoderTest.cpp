@@ -115,6 +115,13 @@ TEST(BinaryCoder, WritesAndReadsEveryKindOfValue)
                   sampleEverything());
 }
 
+TEST(BinaryCoder, TakesAnyByteButZeroForTrue)
+{
+    bool value = false;
+    decode("80", field("V", value));
+    EXPECT_TRUE(value);
+}
+
 TEST(BinaryCoder, EndsATextAtItsFirstZeroByte)
 {
     std::string text = "old";
