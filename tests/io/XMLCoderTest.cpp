@@ -153,10 +153,9 @@ TEST(XMLCoder, ConvertsFixedPointThroughSinglePrecision)
 
 TEST(XMLCoder, DoesNotDependOnTheLocale)
 {
-    // Where no locale with a decimal comma is installed, this shows nothing and harms nothing.
-    const char* const names[] = {"de_DE.UTF-8", "de_DE.utf8", "fr_FR.UTF-8"};
-    for (const char* const name : names) {
-        std::setlocale(LC_ALL, name);
+    const auto isThere = [](const char* name) { return std::setlocale(LC_ALL, name) != nullptr; };
+    if (!isThere("de_DE.UTF-8") && !isThere("fr_FR.UTF-8")) {
+        GTEST_SKIP() << "no locale with a decimal comma is installed";
     }
     const fp<32, 15> value(49152);
     EXPECT_EQ(encoded(field("V", value)), "\t<V>1.500000</V>\n");
