@@ -3,6 +3,10 @@
 #include <algorithm>
 #include <bit>
 
+#ifdef __x86_64__
+#include <immintrin.h>
+#endif
+
 namespace tarvik::analysis::extraction::chaincode {
 
 namespace {
@@ -29,8 +33,21 @@ std::uint32_t starts(std::uint32_t word, std::uint32_t above, std::uint32_t belo
     return word & ~(above & below);
 }
 
-/// 16 words that have whole rows on both sides.
 using Block = std::span<const std::uint32_t, BLOCK_WORDS>;
+
+#ifdef __x86_64__
+
+/// The compiler makes a chain of 16 steps of the plain loop.
+bool anySet(Block words)
+{
+    const auto* const v = reinterpret_cast<const __m128i*>(words.data());
+    const __m128i low = _mm_or_si128(_mm_loadu_si128(v), _mm_loadu_si128(v + 1));
+    const __m128i high = _mm_or_si128(_mm_loadu_si128(v + 2), _mm_loadu_si128(v + 3));
+    const __m128i zero = _mm_cmpeq_epi8(_mm_or_si128(low, high), _mm_setzero_si128());
+    return _mm_movemask_epi8(zero) != 0xFFFF;
+}
+
+#else
 
 bool anySet(Block words)
 {
@@ -41,7 +58,10 @@ bool anySet(Block words)
     return any != 0;
 }
 
-// The result overlaps with nothing, which lets the compiler use vectors.
+#endif
+
+// The block has whole rows on both sides. The result overlaps with nothing, which lets the compiler
+// use vectors.
 
 /// For a width that is a multiple of 32.
 void findAligned(const std::uint32_t* words, std::size_t wordsPerRow,
@@ -75,15 +95,20 @@ void ContourStarts::load(const image::CompressedBinaryImage& image)
     const std::size_t blocks = (words.size() + BLOCK_WORDS - 1) / BLOCK_WORDS;
     _size = static_cast<std::size_t>(image.width()) * static_cast<std::size_t>(image.height());
     _words.resize(words.size()); // keeps its storage while the region stays the same
-    _blocks.assign((blocks + WORD_BITS - 1) / WORD_BITS, 0);
+    _blocks.resize((blocks + WORD_BITS - 1) / WORD_BITS);
     std::size_t sample = 0; // of one word in each block
-    for (std::size_t block = 0; block < blocks; ++block) {
-        const auto rest = words.subspan(block * BLOCK_WORDS);
-        if (rest.size() < BLOCK_WORDS || anySet(rest.first<BLOCK_WORDS>())) {
-            loadBlock(image, block * BLOCK_WORDS);
-            _blocks[block / WORD_BITS] |= 1U << block % WORD_BITS;
-            sample += _words[block * BLOCK_WORDS] != 0 ? 1U : 0U;
+    for (std::size_t i = 0; i < _blocks.size(); ++i) {
+        const std::size_t end = std::min(blocks, (i + 1) * WORD_BITS);
+        std::uint32_t bits = 0;
+        for (std::size_t block = i * WORD_BITS; block < end; ++block) {
+            const auto rest = words.subspan(block * BLOCK_WORDS);
+            if (rest.size() < BLOCK_WORDS || anySet(rest.first<BLOCK_WORDS>())) {
+                loadBlock(image, block * BLOCK_WORDS);
+                bits |= 1U << block % WORD_BITS;
+                sample += _words[block * BLOCK_WORDS] != 0 ? 1U : 0U;
+            }
         }
+        _blocks[i] = bits;
     }
     _dense = 4 * sample > 3 * blocks;
 }
@@ -113,35 +138,45 @@ void ContourStarts::clear()
 
 std::size_t ContourStarts::next(std::size_t index) const
 {
-    std::size_t i = index / WORD_BITS;
-    while (i < _words.size()) {
-        const std::size_t block = i / BLOCK_WORDS;
-        if ((_blocks[block / WORD_BITS] >> block % WORD_BITS & 1U) == 0) {
-            i = nextBlock(block + 1) * BLOCK_WORDS;
-            continue;
-        }
-        const std::size_t end = std::min((block + 1) * BLOCK_WORDS, _words.size());
-        for (; i < end; ++i) {
-            if (_words[i] != 0) {
-                return i * WORD_BITS + static_cast<std::size_t>(std::countr_zero(_words[i]));
-            }
+    const std::size_t word = index / WORD_BITS;
+    const std::size_t block = word / BLOCK_WORDS;
+    const std::size_t here = isLoaded(block) ? firstInBlock(word) : _size;
+    return here < _size ? here : firstInBlock(nextBlock(block + 1) * BLOCK_WORDS);
+}
+
+bool ContourStarts::isLoaded(std::size_t block) const
+{
+    return block / WORD_BITS < _blocks.size() &&
+           (_blocks[block / WORD_BITS] >> block % WORD_BITS & 1U) != 0;
+}
+
+std::size_t ContourStarts::firstInBlock(std::size_t word) const
+{
+    const std::size_t end = std::min(word - word % BLOCK_WORDS + BLOCK_WORDS, _words.size());
+    for (std::size_t i = word; i < end; ++i) {
+        if (_words[i] != 0) {
+            return i * WORD_BITS + static_cast<std::size_t>(std::countr_zero(_words[i]));
         }
     }
     return _size;
 }
 
-/// The first one at or behind this that has starts; one behind the last for none.
 std::size_t ContourStarts::nextBlock(std::size_t block) const
 {
-    std::size_t i = block / WORD_BITS;
-    if (i == _blocks.size()) {
-        return block;
+    const std::span<const std::uint32_t> words = _words;
+    std::uint32_t mask = ~0U << block % WORD_BITS;
+    for (std::size_t i = block / WORD_BITS; i < _blocks.size(); ++i) {
+        for (std::uint32_t rest = _blocks[i] & mask; rest != 0; rest &= rest - 1) {
+            const std::size_t found =
+                i * WORD_BITS + static_cast<std::size_t>(std::countr_zero(rest));
+            const auto from = words.subspan(found * BLOCK_WORDS);
+            if (from.size() < BLOCK_WORDS || anySet(from.first<BLOCK_WORDS>())) {
+                return found;
+            }
+        }
+        mask = ~0U;
     }
-    std::uint32_t rest = _blocks[i] & ~0U << block % WORD_BITS;
-    while (rest == 0 && ++i < _blocks.size()) {
-        rest = _blocks[i];
-    }
-    return i * WORD_BITS + static_cast<std::size_t>(rest == 0 ? 0 : std::countr_zero(rest));
+    return _blocks.size() * WORD_BITS;
 }
 
 } // namespace tarvik::analysis::extraction::chaincode

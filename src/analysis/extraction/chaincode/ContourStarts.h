@@ -38,10 +38,15 @@ public:
 private:
     /// 16 words from the given one on, or what there is of them.
     void loadBlock(const image::CompressedBinaryImage& image, std::size_t first);
+    [[nodiscard]] bool isLoaded(std::size_t block) const;
+    /// Index of the first start from this word to the end of its block; size() for none.
+    [[nodiscard]] std::size_t firstInBlock(std::size_t word) const;
+    /// The first block at or behind this that has starts left, or the last one; one behind for
+    /// none.
     [[nodiscard]] std::size_t nextBlock(std::size_t block) const;
 
     std::vector<std::uint32_t> _words;  ///< undefined in blocks that are not in _blocks
-    std::vector<std::uint32_t> _blocks; ///< one bit for each block, set where a start was found
+    std::vector<std::uint32_t> _blocks; ///< one bit for each block, set where there is foreground
     std::size_t _size = 0;
     bool _dense = false;
 };
