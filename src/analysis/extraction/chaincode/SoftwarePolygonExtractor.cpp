@@ -161,24 +161,28 @@ void SoftwarePolygonExtractor::trace(Consumer& consumer)
 template <class Consumer>
 void SoftwarePolygonExtractor::traceBySearch(Consumer& consumer)
 {
-    const std::size_t start = _position;
-    const std::array offsets = _offsets;
-    std::size_t index = start;
-    unsigned direction = _inner ? 3 : 7;
+    std::array<std::size_t, 16> offsets; // twice round: a search never waits for a remainder
+    for (std::size_t i = 0; i < offsets.size(); ++i) {
+        offsets[i] = static_cast<std::size_t>(_offsets[i % 8]);
+    }
+    std::size_t index = _position;
+    std::size_t direction = _inner ? 3 : 7;
     do {
         _starts.pass(index);
-        unsigned code = direction;
-        unsigned tries = 8;
-        while (!foreground(index + static_cast<std::size_t>(offsets[code]))) {
-            code = (code + 1) % 8;
-            if (--tries == 0) {
-                return; // an isolated pixel has no chain
+        std::size_t tries = 0;
+#pragma GCC unroll 8
+        for (; tries < 8; ++tries) {
+            if (foreground(index + offsets[direction + tries])) {
+                break;
             }
         }
-        index += static_cast<std::size_t>(offsets[code]);
-        consumer.add(static_cast<std::uint8_t>(code));
-        direction = (code + 6) % 8;
-    } while (index != start);
+        if (tries == 8) {
+            return; // an isolated pixel has no chain
+        }
+        index += offsets[direction + tries];
+        consumer.add(static_cast<std::uint8_t>((direction + tries) % 8));
+        direction = (direction + tries + 6) % 8;
+    } while (index != _position);
 }
 
 template <class Consumer>

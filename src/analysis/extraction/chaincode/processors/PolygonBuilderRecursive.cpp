@@ -1,7 +1,5 @@
 #include "analysis/extraction/chaincode/processors/PolygonBuilderRecursive.h"
 
-#include <cstdlib>
-
 namespace tarvik::analysis::extraction::chaincode::processors {
 
 PolygonBuilderRecursive::PolygonBuilderRecursive(const PixelGrid& grid, Complex<16, 14> start,
@@ -13,54 +11,6 @@ PolygonBuilderRecursive::PolygonBuilderRecursive(const PixelGrid& grid, Complex<
       _current(Complex<32, 28>::fromRaw(start.re.raw() * 16384, start.im.raw() * 16384))
 {
     _points[0] = start;
-}
-
-inline void PolygonBuilderRecursive::advance(std::uint8_t direction, std::uint16_t length)
-{
-    if (length == 0) {
-        return; // the run of an isolated pixel, which has no direction either
-    }
-    const Complex<32, 28> step = _grid.step(direction);
-    _current +=
-        Complex<32, 28>::fromRaw(wrapTo<std::int32_t>(std::int64_t{step.re.raw()} * length),
-                                 wrapTo<std::int32_t>(std::int64_t{step.im.raw()} * length));
-}
-
-inline void PolygonBuilderRecursive::emitPoint()
-{
-    at(_count++) = {_current.re.scaleDown<14>(), _current.im.scaleDown<14>()};
-}
-
-/// A straight line on the grid alternates between two neighbouring directions, one of which comes
-/// in runs of about one (Freeman's criteria of straightness).
-inline bool PolygonBuilderRecursive::formsStraightPiece(std::uint8_t direction,
-                                                        std::uint16_t length) const
-{
-    const int difference = std::abs(direction - _pendingDirection);
-    const int distance = difference > 4 ? 8 - difference : difference;
-    return distance <= 1 && !(_pendingLength > 2 && length > 2) &&
-           !(_pendingLength > 1 && length > 3) && !(_pendingLength > 3 && length > 1);
-}
-
-void PolygonBuilderRecursive::addRun(std::uint8_t direction, std::uint16_t length)
-{
-    if (!_pending) {
-        _pendingDirection = direction;
-        _pendingLength = length;
-        _pending = true;
-        advance(direction, length);
-        return;
-    }
-    if (formsStraightPiece(direction, length)) {
-        advance(direction, length);
-        emitPoint();
-        _pending = false;
-        return;
-    }
-    emitPoint();
-    _pendingDirection = direction;
-    _pendingLength = length;
-    advance(direction, length);
 }
 
 int PolygonBuilderRecursive::finish()

@@ -5,6 +5,7 @@
 #include "math/fp.h"
 
 #include <cstdint>
+#include <cstdlib>
 #include <span>
 
 namespace tarvik::analysis::extraction::chaincode::processors {
@@ -58,5 +59,52 @@ private:
     std::uint8_t _pendingDirection = 0;
     std::uint16_t _pendingLength = 0;
 };
+
+// The trace's loop takes these in: the processor works on them while it waits for the next pixel.
+
+inline void PolygonBuilderRecursive::advance(std::uint8_t direction, std::uint16_t length)
+{
+    if (length == 0) {
+        return; // the run of an isolated pixel, which has no direction either
+    }
+    const Complex<32, 28> step = _grid.step(direction);
+    const auto times = [length](fp<32, 28> part) {
+        return wrapTo<std::int32_t>(static_cast<std::uint32_t>(part.raw()) * length);
+    };
+    _current += Complex<32, 28>::fromRaw(times(step.re), times(step.im));
+}
+
+inline void PolygonBuilderRecursive::emitPoint()
+{
+    at(_count++) = {_current.re.scaleDown<14>(), _current.im.scaleDown<14>()};
+}
+
+/// A straight line on the grid alternates between two neighbouring directions, one of which comes
+/// in runs of about one (Freeman's criteria of straightness).
+inline bool PolygonBuilderRecursive::formsStraightPiece(std::uint8_t direction,
+                                                        std::uint16_t length) const
+{
+    const int difference = std::abs(direction - _pendingDirection);
+    const int distance = difference > 4 ? 8 - difference : difference;
+    return distance <= 1 && !(_pendingLength > 2 && length > 2) &&
+           !(_pendingLength > 1 && length > 3) && !(_pendingLength > 3 && length > 1);
+}
+
+inline void PolygonBuilderRecursive::addRun(std::uint8_t direction, std::uint16_t length)
+{
+    if (_pending && formsStraightPiece(direction, length)) {
+        advance(direction, length);
+        emitPoint();
+        _pending = false;
+        return;
+    }
+    if (_pending) {
+        emitPoint();
+    }
+    _pendingDirection = direction;
+    _pendingLength = length;
+    _pending = true;
+    advance(direction, length);
+}
 
 } // namespace tarvik::analysis::extraction::chaincode::processors
