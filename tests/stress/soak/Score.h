@@ -52,6 +52,13 @@ public:
         return true;
     }
 
+    /// Lets the loads run again after an end.
+    void begin()
+    {
+        const std::scoped_lock lock(_mutex);
+        _ended = false;
+    }
+
     void end()
     {
         const std::scoped_lock lock(_mutex);

@@ -30,6 +30,9 @@ constexpr auto SAMPLE = 1s;
 constexpr double MAX_GROWTH_KB_PER_HOUR = 100;
 /// A slope is no chance when it is more than so many standard errors above the bound.
 constexpr double SIGNIFICANT = 3;
+/// The slope is that of what the process keeps when everybody has left and the camera is the first
+/// model again, so many times in a run: in between, whoever is served has buffers of his own.
+constexpr int RESTS = 20;
 /// Of shorter runs, chance makes slopes of any size: a single buffer that is used for the first
 /// time counts for hours. There the least that is held in the last fifth of the time must not
 /// exceed that of the first fifth by more than two pictures of the largest model.
@@ -77,18 +80,29 @@ void checkSenderPort()
     }
 }
 
-/// Runs the loads until the time is over or the server has ended; what it held every second.
-std::vector<test::ProcessUse> runLoads(Stage& stage, int receiver, Clock::duration time)
+/// All who use the server at once.
+struct Loads
 {
-    LabLoad lab(stage);
-    ControlLoad control(stage);
+    explicit Loads(Stage& s) : stage(s), lab(s), control(s) {}
+
+    Stage& stage;
+    LabLoad lab;
+    ControlLoad control;
+};
+
+/// Runs the loads until the time is over or the server has ended, and adds what it held every
+/// second.
+void runLoads(Loads& loads, int receiver, Clock::duration time,
+              std::vector<test::ProcessUse>& samples)
+{
+    Stage& stage = loads.stage;
+    stage.score.begin();
     std::vector<std::thread> threads;
-    threads.emplace_back([&] { lab.run(); });
-    threads.emplace_back([&] { control.run(); });
+    threads.emplace_back([&] { loads.lab.run(); });
+    threads.emplace_back([&] { loads.control.run(); });
     threads.emplace_back([&] { runTelnet(stage); });
     threads.emplace_back([&] { runResets(stage); });
     threads.emplace_back([&] { runReceiver(stage, receiver); });
-    std::vector<test::ProcessUse> samples;
     const Clock::time_point end = Clock::now() + time;
     while (Clock::now() < end && stage.score.pause(SAMPLE)) {
         if (!stage.server.runs()) {
@@ -107,29 +121,47 @@ std::vector<test::ProcessUse> runLoads(Stage& stage, int receiver, Clock::durati
     for (std::thread& thread : threads) {
         thread.join();
     }
-    return samples;
+}
+
+/// When everybody has left.
+void returnToFirstModel(Stage& stage)
+{
+    const auto* const first = camera::CameraFactory::instance().implementations().front().get();
+    const auto isThere = [&] {
+        try {
+            client::ControlClient control(stage.server.address(), client::ControlClient::PORT,
+                                          timeouts(stage.score));
+            connectPatiently(stage.score, control);
+            camera::CameraConfiguration config = control.cameraConfig();
+            if (config.implementation() == first) {
+                return true;
+            }
+            config.setImplementation(first);
+            control.setCameraConfig(config);
+        } catch (const client::ClientException&) { // no camera is open yet
+        }
+        return false;
+    };
+    stage.score.begin();
+    if (!stage.score.waitFor(stage.score.limit(10s), isThere)) {
+        stage.score.fail("the camera does not return to its first model");
+    }
+    stage.model = first;
 }
 
 /// What the server holds when nobody uses it: the least of the next seconds.
-test::ProcessUse useAtRest(const ServerProcess& server)
+test::ProcessUse useAtRest(Stage& stage)
 {
-    test::ProcessUse least = server.use();
+    returnToFirstModel(stage);
+    test::ProcessUse least = stage.server.use();
     for (int i = 0; i < 25; ++i) {
         std::this_thread::sleep_for(200ms);
-        const test::ProcessUse now = server.use();
+        const test::ProcessUse now = stage.server.use();
+        least.residentKB = std::min(least.residentKB, now.residentKB);
         least.threads = std::min(least.threads, now.threads);
         least.descriptors = std::min(least.descriptors, now.descriptors);
     }
     return least;
-}
-
-Trend memoryTrend(const std::vector<test::ProcessUse>& samples)
-{
-    std::vector<double> kilobytes;
-    for (const test::ProcessUse& sample : samples) {
-        kilobytes.push_back(static_cast<double>(sample.residentKB));
-    }
-    return Trend::of(kilobytes, std::chrono::duration<double>(SAMPLE).count());
 }
 
 void print(const Score& score)
@@ -163,17 +195,30 @@ std::size_t floorOfFifth(const std::vector<test::ProcessUse>& samples, std::size
     return least;
 }
 
-void judgeMemory(Score& score, const std::vector<test::ProcessUse>& samples, double minutes)
+/// Of a long run.
+void judgeSlope(Score& score, const std::vector<test::ProcessUse>& rests, double minutes)
 {
-    const Trend trend = memoryTrend(samples);
+    std::vector<double> kilobytes;
+    for (const test::ProcessUse& rest : rests) {
+        kilobytes.push_back(static_cast<double>(rest.residentKB));
+    }
+    const Trend trend = Trend::of(kilobytes, minutes * 60 / RESTS);
+    std::printf(
+        "memory at rest                              %.0f kB, after the first of %d sections "
+        "%.0f kB; slope %+.0f kB/h +- %.0f\n",
+        kilobytes.back(), RESTS, kilobytes.front(), trend.perHour, trend.uncertainty);
+    if (trend.perHour - SIGNIFICANT * trend.uncertainty > MAX_GROWTH_KB_PER_HOUR) {
+        score.fail("memory grows");
+    }
+}
+
+/// Of a short run.
+void judgeStep(Score& score, const std::vector<test::ProcessUse>& samples)
+{
     const std::size_t first = floorOfFifth(samples, 0);
     const std::size_t last = floorOfFifth(samples, 4);
-    std::printf("memory                                      %zu kB, before %zu; slope %+.0f kB/h "
-                "+- %.0f\n",
-                last, first, trend.perHour, trend.uncertainty);
-    const bool slopes = minutes >= MINUTES_FOR_A_SLOPE &&
-                        trend.perHour - SIGNIFICANT * trend.uncertainty > MAX_GROWTH_KB_PER_HOUR;
-    if (slopes || last > first + MAX_STEP_KB) {
+    std::printf("memory                                      %zu kB, before %zu\n", last, first);
+    if (last > first + MAX_STEP_KB) {
         score.fail("memory grows");
     }
 }
@@ -217,17 +262,29 @@ int runSoak(const Options& options)
     Score warmUpScore(options.patience);
     Stage warming{warmUpScore, server, !options.wallClock.empty(),
                   camera::CameraFactory::instance().implementations().front().get(), 0};
-    static_cast<void>(runLoads(warming, receiver, warmUp));
-    const test::ProcessUse before = useAtRest(server);
+    std::vector<test::ProcessUse> samples;
+    Loads warmingLoads(warming);
+    runLoads(warmingLoads, receiver, warmUp, samples);
+    const test::ProcessUse before = useAtRest(warming);
 
     Score score(options.patience);
     Stage stage{score, server, warming.ownClock, warming.model.load(), warming.lastPicture.load()};
-    const auto samples = runLoads(stage, receiver, time);
-    const test::ProcessUse after = useAtRest(server);
-    print(score);
-    if (options.memory && samples.size() >= 5) {
-        judgeMemory(score, samples, options.minutes);
+    Loads loads(stage);
+    const bool slope = options.memory && options.minutes >= MINUTES_FOR_A_SLOPE;
+    const int sections = slope ? RESTS : 1;
+    samples.clear();
+    std::vector<test::ProcessUse> rests;
+    while (static_cast<int>(rests.size()) < sections && server.runs()) {
+        runLoads(loads, receiver, time / sections, samples);
+        rests.push_back(useAtRest(stage));
     }
+    print(score);
+    if (slope && rests.size() == RESTS) {
+        judgeSlope(score, rests, options.minutes);
+    } else if (options.memory && samples.size() >= 5) {
+        judgeStep(score, samples);
+    }
+    const test::ProcessUse after = rests.empty() ? before : rests.back();
     judgeRest(score, before, after, server.descriptors());
     judgeCompleteness(score);
     const int status = server.stop(10 * options.patience);
