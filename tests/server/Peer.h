@@ -121,8 +121,8 @@ public:
         }
     }
 
-    /// Whether something is there to be read now.
-    [[nodiscard]] bool hasInput() const { return readable(0); }
+    /// Whether something is there to be read now, or in this time.
+    [[nodiscard]] bool hasInput(int timeoutMs = 0) const { return readable(timeoutMs); }
 
 private:
     bool tryToConnect(std::uint16_t port, const char* address, int receiveBuffer)
