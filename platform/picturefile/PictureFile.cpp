@@ -142,8 +142,35 @@ DecodedPicture decodeJpeg(const Content& content, std::int64_t maxPixels)
     throw Refusal(reason);
 }
 
+/// The library would multiply a number in the header of a PGM or PPM picture beyond what its type
+/// holds. Skips what the library skips: space, and comments up to the end of their line.
+void checkHeaderNumbers(const Content& content)
+{
+    constexpr int NUMBERS = 3; // width, height, brightest value
+    constexpr std::ptrdiff_t MAX_DIGITS = 9;
+    const auto isSpace = [](unsigned char c) { return c == ' ' || (c >= '\t' && c <= '\r'); };
+    const auto isDigit = [](unsigned char c) { return c >= '0' && c <= '9'; };
+    const auto isLineEnd = [](unsigned char c) { return c == '\n' || c == '\r'; };
+    const auto end = content.end();
+    auto at = std::min(content.begin() + 2, end);
+    for (int i = 0; i < NUMBERS; ++i) {
+        at = std::find_if_not(at, end, isSpace);
+        while (at != end && *at == '#') {
+            at = std::find_if_not(std::find_if(at, end, isLineEnd), end, isSpace);
+        }
+        const auto behind = std::find_if_not(at, end, isDigit);
+        if (behind - at > MAX_DIGITS) {
+            throw Refusal("a number in its header is too large");
+        }
+        at = behind;
+    }
+}
+
 DecodedPicture decodeOther(const Content& content, std::int64_t maxPixels)
 {
+    if (content.size() > 2 && content[0] == 'P') {
+        checkHeaderNumbers(content);
+    }
     const auto size = static_cast<int>(content.size());
     int width = 0;
     int height = 0;
