@@ -32,7 +32,10 @@ struct Stage
 [[nodiscard]] inline client::Timeouts timeouts(const Score& score)
 {
     const auto time = score.limitMs(std::chrono::seconds(5));
-    return {time, time, time, time};
+    // A connection that overflows the queue of a listener about to close is forgotten there: nobody
+    // will ever greet it. The next attempt comes soon.
+    const auto greeting = score.limitMs(std::chrono::seconds(1));
+    return {.connect = time, .refused = time, .greeting = greeting, .response = time};
 }
 
 /// Somebody else may be served, or be about to be.

@@ -8,7 +8,9 @@ void Score::fail(const std::string& what)
 {
     constexpr int MAX_LINES = 50;
     if (++_failures <= MAX_LINES) {
-        std::cerr << "FAIL: " + what + "\n" << std::flush;
+        const auto age = std::chrono::duration_cast<std::chrono::seconds>(Clock::now() - _start);
+        std::cerr << "FAIL after " + std::to_string(age.count()) + " s: " + what + "\n"
+                  << std::flush;
     }
 }
 

@@ -115,6 +115,7 @@ public:
 
 private:
     const int _patience;
+    const Clock::time_point _start = Clock::now();
     std::atomic<int> _failures{0};
     mutable std::mutex _mutex;
     std::condition_variable _changed;
