@@ -142,17 +142,47 @@ DecodedPicture decodeJpeg(const Content& content, std::int64_t maxPixels)
     throw Refusal(reason);
 }
 
+bool isPng(const Content& content)
+{
+    constexpr std::string_view SIGNATURE = "\x89PNG\r\n\x1A\n";
+    return content.size() >= SIGNATURE.size() &&
+           std::equal(SIGNATURE.begin(), SIGNATURE.end(), content.begin(),
+                      [](char a, unsigned char b) { return static_cast<unsigned char>(a) == b; });
+}
+
+/// The library would copy the data of a PNG picture to nowhere when their first chunk is empty.
+void checkFirstDataChunk(const Content& png)
+{
+    constexpr std::size_t HEAD = 8; // length and type; the signature has as many
+    constexpr std::size_t CHECKSUM = 4;
+    std::size_t at = HEAD;
+    while (png.size() - at >= HEAD + CHECKSUM) {
+        const std::size_t length = png[at] * std::size_t{0x1000000} + png[at + 1] * 0x10000U +
+                                   png[at + 2] * 0x100U + png[at + 3];
+        if (png[at + 4] == 'I' && png[at + 5] == 'D' && png[at + 6] == 'A' && png[at + 7] == 'T') {
+            if (length == 0) {
+                throw Refusal("its first data chunk is empty");
+            }
+            return;
+        }
+        if (length > png.size() - at - HEAD - CHECKSUM) {
+            return; // the library says so
+        }
+        at += HEAD + length + CHECKSUM;
+    }
+}
+
 /// The library would multiply a number in the header of a PGM or PPM picture beyond what its type
 /// holds. Skips what the library skips: space, and comments up to the end of their line.
-void checkHeaderNumbers(const Content& content)
+void checkHeaderNumbers(const Content& pnm)
 {
     constexpr int NUMBERS = 3; // width, height, brightest value
     constexpr std::ptrdiff_t MAX_DIGITS = 9;
     const auto isSpace = [](unsigned char c) { return c == ' ' || (c >= '\t' && c <= '\r'); };
     const auto isDigit = [](unsigned char c) { return c >= '0' && c <= '9'; };
     const auto isLineEnd = [](unsigned char c) { return c == '\n' || c == '\r'; };
-    const auto end = content.end();
-    auto at = std::min(content.begin() + 2, end);
+    const auto end = pnm.end();
+    auto at = pnm.begin() + 2;
     for (int i = 0; i < NUMBERS; ++i) {
         at = std::find_if_not(at, end, isSpace);
         while (at != end && *at == '#') {
@@ -168,7 +198,9 @@ void checkHeaderNumbers(const Content& content)
 
 DecodedPicture decodeOther(const Content& content, std::int64_t maxPixels)
 {
-    if (content.size() > 2 && content[0] == 'P') {
+    if (isPng(content)) {
+        checkFirstDataChunk(content);
+    } else if (content.size() > 2 && content[0] == 'P') {
         checkHeaderNumbers(content);
     }
     const auto size = static_cast<int>(content.size());

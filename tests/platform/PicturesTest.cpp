@@ -98,6 +98,8 @@ TEST_F(ScenePictures, ThatCannotBeReadLookLikeAMissingSensorAndSaySo)
     const BrokenCase cases[] = {
         {"this is no picture", "(not a picture of a known kind)"},
         {header + std::string(9, '\0'), "(not a picture of a known kind)"}, // no bits per pixel
+        {header + std::string("\x08\0\0\0\0\0\0\0\0\0\0\0\0IDAT\0\0\0\0", 21),
+         "(its first data chunk is empty)"},
         {"P5 0 480 255\n", "(it has no pixels)"},
         {"P5 16000 16000 255\n", "(it has more than 4194304 pixels)"},
     };
