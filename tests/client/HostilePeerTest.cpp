@@ -119,8 +119,8 @@ Bytes settings(client::ControlClient& client)
     return {out.bytes().begin(), out.bytes().end()};
 }
 
-/// Sanitizers keep memory of their own.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+/// Sanitizers keep memory of their own, and so does an emulator.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) || defined(TARVIK_EMULATED)
 constexpr bool OWN_MEMORY_ONLY = false;
 #else
 constexpr bool OWN_MEMORY_ONLY = true;

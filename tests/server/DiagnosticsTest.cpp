@@ -114,7 +114,7 @@ TEST(Diagnostics, ExitsWhenItCannotStartAtAll)
 #ifndef __SANITIZE_ADDRESS__ // which needs descriptors of its own
         {"no descriptors",
          {},
-         {"sh", "-c", "ulimit -n 8; exec \"$0\" \"$@\""},
+         {"sh", "-c", "ulimit -n 12; exec \"$0\" \"$@\""},
          "Too many open files"},
 #endif
         {"no folder", {"--directory", "/nowhere"}, {}, "Directory does not exist: /nowhere"},
