@@ -44,6 +44,13 @@ if(TARVIK_SANITIZE)
     target_link_options(tarvik_options INTERFACE -fsanitize=${TARVIK_SANITIZE})
 endif()
 
+# For code that takes longer to compile than to run: tests, command lines, pages. A sanitizer's checks
+# make optimising it dearer still.
+set(TARVIK_QUICK_TO_BUILD -O1)
+if(TARVIK_SANITIZE)
+    set(TARVIK_QUICK_TO_BUILD -O0)
+endif()
+
 # tarvik_library(database SOURCES Database.cpp Template.cpp DEPENDS core math io analysis)
 function(tarvik_library name)
     cmake_parse_arguments(ARG "" "" "SOURCES;DEPENDS" ${ARGN})
@@ -65,8 +72,8 @@ function(tarvik_test name)
     add_executable(${name}-test ${ARG_SOURCES})
     target_link_libraries(${name}-test PRIVATE ${ARG_DEPENDS} GTest::gmock_main)
     target_include_directories(${name}-test PRIVATE ${PROJECT_SOURCE_DIR}/tests)
-    # What is tested keeps its optimisation; the tests themselves build faster without.
-    target_compile_options(${name}-test PRIVATE -O1)
+    # What is tested keeps its optimisation.
+    target_compile_options(${name}-test PRIVATE ${TARVIK_QUICK_TO_BUILD})
     # Only a test that hangs gets that far. Emulation costs ten times the time and more.
     set(TIMEOUT 300)
     if(CMAKE_CROSSCOMPILING_EMULATOR)
