@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
+#include <cstring>
 #include <fstream>
 #include <memory>
 #include <new>
@@ -146,11 +147,11 @@ bool isPng(const Content& content)
 {
     constexpr std::string_view SIGNATURE = "\x89PNG\r\n\x1A\n";
     return content.size() >= SIGNATURE.size() &&
-           std::equal(SIGNATURE.begin(), SIGNATURE.end(), content.begin(),
-                      [](char a, unsigned char b) { return static_cast<unsigned char>(a) == b; });
+           std::memcmp(content.data(), SIGNATURE.data(), SIGNATURE.size()) == 0;
 }
 
-/// The library would copy the data of a PNG picture to nowhere when their first chunk is empty.
+/// The library would copy the data of a PNG picture to a null pointer when the first chunk of them
+/// is empty.
 void checkFirstDataChunk(const Content& png)
 {
     constexpr std::size_t HEAD = 8; // length and type; the signature has as many
@@ -159,7 +160,7 @@ void checkFirstDataChunk(const Content& png)
     while (png.size() - at >= HEAD + CHECKSUM) {
         const std::size_t length = png[at] * std::size_t{0x1000000} + png[at + 1] * 0x10000U +
                                    png[at + 2] * 0x100U + png[at + 3];
-        if (png[at + 4] == 'I' && png[at + 5] == 'D' && png[at + 6] == 'A' && png[at + 7] == 'T') {
+        if (std::memcmp(&png[at + 4], "IDAT", 4) == 0) {
             if (length == 0) {
                 throw Refusal("its first data chunk is empty");
             }
