@@ -64,7 +64,10 @@ class TeachTest(PageTest):
     def test_an_unknown_part_is_clicked_named_and_recognised(self):
         b = self.browser
         self.view("teach")
-        b.run("import('/desk.js').then(({desk}) => desk.addEventListener('frame', (e) => { window.frame = e.detail; }))")
+        b.run("import('/desk.js').then(({desk}) => desk.addEventListener('frame', (e) => { "
+              "if (!document.querySelector('#name')) window.frame = e.detail; }));"  # then the picture is held
+              "const fetch = window.fetch;"  # over a slow line, so that images come while the desk is asked
+              "window.fetch = (...a) => new Promise((done) => setTimeout(done, 100)).then(() => fetch(...a));")
 
         def click_it():
             # The bracket is not taught; wait until one is wholly in view. Parts move on while we click.
@@ -79,6 +82,9 @@ class TeachTest(PageTest):
         b.pointer(("move", *self.place(f"(o) => o.id === {chosen}")), ("down",), ("up",))
         wait_for("the grip point", lambda: "px" in b.text("form"))
         self.picture("teach")
+        # However long it takes: the image that was clicked waits, while many others come and go.
+        newest = self.stand.get("/api/image")["image"]
+        wait_for("newer images", lambda: self.stand.get("/api/image")["image"] > newest + 40)
         b.button("Teach")
         wait_for("the word", lambda: "Bracket has been taught." in b.text("#toasts"))
         wait_for("the template in the list", lambda: "Bracket" in b.text(".templates"))

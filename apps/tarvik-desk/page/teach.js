@@ -1,6 +1,6 @@
 /// Click a part, name it, see it recognised.
 
-import {api, attempt, confirmDialog, el, fixed, panel, svg} from "/dom.js";
+import {api, attempt, confirmDialog, el, fixed, panel, svg, toast} from "/dom.js";
 import {colourOf, desk} from "/desk.js";
 import {Scene, ring} from "/scene.js";
 
@@ -38,11 +38,12 @@ export function teach(main, signal) {
     desk.watch({pictures: ["original"], results: true});
   }
 
-  async function choose(object) {
-    try {
-      if (!held) await api("POST", `/api/images/${scene.frame.image}/hold`, {});
-    } catch (error) {
-      return attempt(() => { throw error; });
+  /// The picture stands still from the click on, so that the image on show is the one that the desk holds.
+  async function choose(id) {
+    const object = scene.frame.objects.find((o) => o.id === id), moving = !held;
+    if (!object) {
+      buttons();
+      return toast(`Object #${id} has left the picture. Choose another.`, true);
     }
     held = true;
     chosen = object;
@@ -50,10 +51,13 @@ export function teach(main, signal) {
     scene.selected = object.id;
     scene.note("Held");
     resume.disabled = false;
-    desk.watch({}); // the picture stays
     scene.draw();
     buttons();
     form();
+    const kept = !moving || await attempt(() => api("POST", `/api/images/${scene.frame.image}/hold`, {}));
+    if (signal.aborted) return;
+    if (!kept) goOn();
+    else if (held) desk.watch({}); // the picture stays
   }
 
   scene.extra = (c, unit) => { if (grip) ring(c, grip, unit, "#ff6b9d"); };
@@ -65,14 +69,14 @@ export function teach(main, signal) {
       scene.draw();
       gripText();
     } else if (object) {
-      choose(object);
+      choose(object.id);
     }
   });
 
   function buttons() {
     const frame = scene.frame;
     objects.replaceChildren(...(frame?.objects ?? []).map((o) => el("button", {type: "button", class: "quiet",
-      "aria-pressed": String(chosen?.id === o.id), onclick: () => choose(o)},
+      "aria-pressed": String(chosen?.id === o.id), onclick: () => choose(o.id)},
       el("span", {class: "swatch", color: colourOf(o.template)}),
       `#${o.id} ${o.template === null ? (o.clipped ? "clipped" : "unknown") : desk.nameOf(o.template)}`)));
   }
@@ -171,7 +175,7 @@ export function teach(main, signal) {
   desk.on("state", signal, () => { if (desk.state.phase !== "connected" && !held) scene.say(desk.state.text || "Connecting \u2026"); });
   let lastButtons = 0;
   function throttledButtons() {
-    if (performance.now() - lastButtons < 700 || objects.contains(document.activeElement)) return;
+    if (performance.now() - lastButtons < 700 || objects.contains(document.activeElement) || objects.matches(":hover")) return;
     lastButtons = performance.now();
     buttons();
   }
