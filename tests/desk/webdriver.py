@@ -16,6 +16,10 @@ class Failure(AssertionError):
     pass
 
 
+class NotNow(Failure):
+    """The page has redrawn the element meanwhile, or a notice lies over it: try again, as people do."""
+
+
 def wait_for(what, condition, seconds=20):
     """Until the condition returns something true, which is returned."""
     end = time.monotonic() + seconds
@@ -89,7 +93,9 @@ class Browser:
             with urllib.request.urlopen(request, timeout=60) as response:
                 return json.load(response)["value"]
         except urllib.error.HTTPError as e:
-            raise Failure(json.load(e)["value"]["message"]) from None
+            error = json.load(e)["value"]
+            passes = error["error"] in ("stale element reference", "element click intercepted")
+            raise (NotNow if passes else Failure)(error["message"]) from None
 
     def _do(self, method, path, body=None):
         return self._call(method, f"/session/{self._session}{path}", body)
@@ -110,7 +116,7 @@ class Browser:
         return wait_for(f"an element {css}", look, seconds)
 
     def click(self, css):
-        self._do("POST", f"/element/{self.find(css)}/click", {})
+        self._touch(css, "click", {})
 
     def button(self, text, within="body"):
         """Clicks the button of this text."""
@@ -139,7 +145,17 @@ class Browser:
              "actions": actions}]})
 
     def key(self, css, key):
-        self._do("POST", f"/element/{self.find(css)}/value", {"text": key})
+        self._touch(css, "value", {"text": key})
+
+    def _touch(self, css, how, body, seconds=20):
+        end = time.monotonic() + seconds
+        while True:
+            try:
+                return self._do("POST", f"/element/{self.find(css)}/{how}", body)
+            except NotNow:
+                if time.monotonic() > end:
+                    raise
+                time.sleep(0.02)
 
     def complaints(self):
         """What the browser's console has complained about since the last call."""

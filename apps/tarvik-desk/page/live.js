@@ -39,13 +39,14 @@ export function live(main, signal) {
       el("th", {class: "num"}, "Turned"), el("th", {}, "Confidence"))), body);
   const count = el("span", {class: "muted small"});
 
+  // The table comes last: it grows and shrinks with the objects in view, and no image shall move what can be clicked.
   main.append(el("div", {class: "split"},
     el("div", {class: "stack"},
       panel("Live", [choiceBox, pauseButton, stepButton, save], scene.element),
       el("section", {class: "panel", "aria-label": "Times"}, tiles)),
     el("div", {class: "stack"},
-      panel("Objects", count, el("div", {class: "scroll"}, table)),
-      panel("Drawn in", null, el("div", {class: "body row"}, overlayChecks(scene))))));
+      panel("Drawn in", null, el("div", {class: "body row"}, overlayChecks(scene))),
+      panel("Objects", count, el("div", {class: "scroll"}, table)))));
 
   desk.on("frame", signal, (frame) => {
     if (paused && !step) return;
@@ -59,15 +60,17 @@ export function live(main, signal) {
     second.set(ms(t.reanalysisUs), "ms");
     if (performance.now() - described > 1000) { described = performance.now(); scene.describe(); }
   });
-  desk.on("state", signal, () => {
+  function state() {
     rate.set(fixed(desk.state.imagesPerSecond ?? 0, 1), "/s");
     if (choiceBox.querySelectorAll("button").length !== kinds().length) choice();
     if (desk.state.phase !== "connected") scene.say(desk.state.text || "Connecting \u2026");
     else if (!desk.state.imagesArrive) scene.say("Connected, but no images come. Is the camera waiting for a trigger?");
     else if (scene.frame) scene.say("");
-  });
+  }
+  desk.on("state", signal, state);
   desk.on("settings", signal, () => scene.draw());
   choice();
+  state();
   desk.watch(wish());
   signal.addEventListener("abort", () => { scene.frame = null; });
 
