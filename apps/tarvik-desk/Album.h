@@ -16,7 +16,9 @@ namespace tarvik::desk {
 class Album
 {
 public:
-    static constexpr std::size_t LATEST = 16;
+    /// They come with pictures some 45 times a second at most (StreamChoice), so that what a
+    /// browser shows can be clicked for a second.
+    static constexpr std::size_t LATEST = 48;
     static constexpr std::size_t HELD = 6;
     static constexpr std::size_t STRIP = 20;
 

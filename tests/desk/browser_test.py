@@ -66,8 +66,8 @@ class TeachTest(PageTest):
         self.view("teach")
         b.run("import('/desk.js').then(({desk}) => desk.addEventListener('frame', (e) => { "
               "if (!document.querySelector('#name')) window.frame = e.detail; }));"  # then the picture is held
-              "const fetch = window.fetch;"  # over a slow line, so that images come while the desk is asked
-              "window.fetch = (...a) => new Promise((done) => setTimeout(done, 100)).then(() => fetch(...a));")
+              "const fetch = window.fetch;"  # over a slow line: many images pass while the desk is asked
+              "window.fetch = (...a) => new Promise((done) => setTimeout(done, 600)).then(() => fetch(...a));")
 
         def click_it():
             # The bracket is not taught; wait until one is wholly in view. Parts move on while we click.
