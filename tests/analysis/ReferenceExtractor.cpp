@@ -1,24 +1,17 @@
 #include "ReferenceExtractor.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdlib>
 
 namespace tarvik::test {
 
 namespace {
 
-constexpr std::array<int, 8> DX{1, 1, 0, -1, -1, -1, 0, 1};
-constexpr std::array<int, 8> DY{0, 1, 1, 1, 0, -1, -1, -1};
+using Point = ReferenceExtractor::Point;
 
-bool bit(const std::vector<std::uint32_t>& words, int index)
-{
-    return (words[static_cast<std::size_t>(index / 32)] >> (index % 32) & 1U) != 0;
-}
-
-void setBit(std::vector<std::uint32_t>& words, int index)
-{
-    words[static_cast<std::size_t>(index / 32)] |= 1U << (index % 32);
-}
+constexpr int DX[] = {1, 1, 0, -1, -1, -1, 0, 1};
+constexpr int DY[] = {0, 1, 1, 1, 0, -1, -1, -1};
 
 std::int16_t low16(std::int64_t value)
 {
@@ -31,6 +24,112 @@ std::int32_t low32(std::int64_t value)
     return static_cast<std::int32_t>(value);
 }
 
+/// Polygon building from runs.
+class Builder
+{
+public:
+    Builder(Point start, std::int64_t step, int capacity)
+        : points{start},
+          _step(step),
+          _capacity(static_cast<std::size_t>(capacity)),
+          _x(start.re.raw() * 16384),
+          _y(start.im.raw() * 16384)
+    {}
+
+    void add(int direction, int length)
+    {
+        if (points.size() + 1 >= _capacity) {
+            return;
+        }
+        if (_pending && goesOn(direction, length)) {
+            advance(direction, length);
+            emitPoint();
+            _pending = false;
+            return;
+        }
+        if (_pending) {
+            emitPoint();
+        }
+        _direction = direction;
+        _length = length;
+        advance(direction, length);
+        _pending = true;
+    }
+
+    void emitPoint() { points.push_back(Point::fromRaw(low16(_x >> 14), low16(_y >> 14))); }
+
+    std::vector<Point> points;
+
+private:
+    /// Whether the pending run and this one are steps of one straight line.
+    [[nodiscard]] bool goesOn(int direction, int length) const
+    {
+        const int turn = std::abs(direction - _direction);
+        const int l = _length;
+        const int n = length;
+        return std::min(turn, 8 - turn) <= 1 && !(l > 2 && n > 2) && !(l > 1 && n > 3) &&
+               !(l > 3 && n > 1);
+    }
+
+    void advance(int direction, int length)
+    {
+        _x = low32(_x + DX[direction] * _step * length);
+        _y = low32(_y + DY[direction] * _step * length);
+    }
+
+    std::int64_t _step;
+    std::size_t _capacity;
+    std::int32_t _x; ///< fp<32, 28>
+    std::int32_t _y;
+    bool _pending = false;
+    int _direction = 0;
+    int _length = 0;
+};
+
+bool isCorner(Point before, Point point, Point after, int maxError)
+{
+    const Point u = after - before;
+    const Point v = point - before;
+    const std::int64_t ux = u.re.raw();
+    const std::int64_t uy = u.im.raw();
+    const std::int64_t vx = v.re.raw();
+    const std::int64_t vy = v.im.raw();
+    const std::int64_t l2 = low32(ux * ux + uy * uy);
+    const std::int64_t dot = vx * ux + vy * uy;
+    const std::int64_t cross2 = (vx * vx + vy * vy) * l2 - dot * dot;
+    const std::int64_t t = std::int64_t{maxError} * 8192 / 16384;
+    return l2 != 0 && cross2 > t * l2;
+}
+
+/// Reduces the n points from s on; the index behind the last one that stays.
+int simplify(Point* points, int s, int n, int maxError)
+{
+    if (n <= 2) {
+        return s + n;
+    }
+    int w = s + 1;
+    int k = s + 1;
+    int s0 = s;
+    const int last = s + n - 1;
+    while (k < last) {
+        if (isCorner(points[k - 1], points[k], points[k + 1], maxError)) {
+            points[w] = points[k];
+            w = simplify(points, s0, w + 1 - s0, maxError);
+            s0 = w - 1;
+            k = k + 1;
+        } else {
+            points[w] = points[k + 1];
+            w = w + 1;
+            k = k + 2;
+        }
+    }
+    if (k == last) {
+        points[w] = points[last];
+        w = w + 1;
+    }
+    return simplify(points, s0, w - s0, maxError);
+}
+
 } // namespace
 
 void ReferenceExtractor::begin(image::Image& image, const analysis::ROI& roi, int maxError)
@@ -39,14 +138,8 @@ void ReferenceExtractor::begin(image::Image& image, const analysis::ROI& roi, in
     _imageWidth = image.width();
     _imageHeight = image.height();
     _position = 0;
-    _inner = false;
     chooseRegion(image, roi);
-    clearFrame(image);
-    pack(image);
-    _visited.assign(_packed.size(), 0);
-    for (std::size_t code = 0; code < 8; ++code) {
-        _offsets[code] = DY[code] * _w + DX[code];
-    }
+    takeRegion(image);
     find();
 }
 
@@ -63,94 +156,67 @@ void ReferenceExtractor::chooseRegion(const image::Image& image, const analysis:
         _w = image.width();
         _h = image.height();
     }
-    if (_x + _w > image.width()) {
-        _w = std::max(image.width() - _x, 0);
-    }
-    if (_y + _h > image.height()) {
-        _h = std::max(image.height() - _y, 0);
-    }
+    _w = std::min(_w, image.width() - _x);
+    _h = std::min(_h, image.height() - _y);
 }
 
-void ReferenceExtractor::clearFrame(image::Image& image) const
+/// Clears the region's frame in the image, too.
+void ReferenceExtractor::takeRegion(image::Image& image)
 {
-    for (int row = _y; row < _y + _h; ++row) {
-        for (int column = _x; column < _x + _w; ++column) {
-            if (row == _y || row == _y + _h - 1 || column == _x || column == _x + _w - 1) {
-                image.data()[row * image.width() + column] = 0;
+    _foreground.clear();
+    for (int y = _y; y < _y + _h; ++y) {
+        for (int x = _x; x < _x + _w; ++x) {
+            std::uint8_t& pixel = image.data()[y * _imageWidth + x];
+            if (y == _y || y == _y + _h - 1 || x == _x || x == _x + _w - 1) {
+                pixel = 0;
             }
+            _foreground.push_back(pixel != 0);
         }
     }
-}
-
-void ReferenceExtractor::pack(const image::Image& image)
-{
-    _packed.assign(static_cast<std::size_t>((_w * _h + 31) / 32), 0);
-    for (int r = 0; r < _h; ++r) {
-        for (int c = 0; c < _w; ++c) {
-            if (image.data()[(_y + r) * image.width() + _x + c] != 0) {
-                setBit(_packed, r * _w + c);
-            }
-        }
-    }
+    _visited.assign(_foreground.size(), false);
 }
 
 bool ReferenceExtractor::foreground(int index) const
 {
-    return index >= 0 && index < _w * _h && bit(_packed, index);
+    return index >= 0 && index < _w * _h && _foreground[static_cast<std::size_t>(index)];
 }
 
 void ReferenceExtractor::find()
 {
-    if (!hasNext()) {
-        return;
-    }
-    for (std::size_t word = static_cast<std::size_t>(_position / 32); word < _packed.size();
-         ++word) {
-        if (_packed[word] == 0) {
-            continue;
-        }
-        for (int b = 0; b < 32; ++b) {
-            _position = static_cast<int>(word) * 32 + b;
-            if (!foreground(_position) || bit(_visited, _position)) {
-                continue;
-            }
-            if (!foreground(_position - _w)) {
-                _inner = false;
-                return;
-            }
-            if (!foreground(_position + _w)) {
-                _inner = true;
+    for (; hasNext(); ++_position) {
+        if (foreground(_position) && !_visited[static_cast<std::size_t>(_position)]) {
+            _inner = foreground(_position - _w);
+            if (!_inner || !foreground(_position + _w)) {
                 return;
             }
         }
     }
-    _position = _w * _h;
 }
 
 std::vector<int> ReferenceExtractor::trace()
 {
     std::vector<int> codes;
-    const int start = _position;
-    int current = start;
+    int current = _position;
     int d = _inner ? 3 : 7;
     do {
-        setBit(_visited, current);
+        _visited[static_cast<std::size_t>(current)] = true;
+        const auto next = [&](int code) { return current + DY[code] * _w + DX[code]; };
         int i = 0;
-        while (i < 8 && !foreground(current + _offsets[static_cast<std::size_t>((d + i) % 8)])) {
+        while (i < 8 && !foreground(next((d + i) % 8))) {
             ++i;
         }
         if (i == 8) {
             break;
         }
         const int c = (d + i) % 8;
-        current += _offsets[static_cast<std::size_t>(c)];
+        current = next(c);
         codes.push_back(c);
         d = (c + 6) % 8;
-    } while (current != start);
+    } while (current != _position);
     return codes;
 }
 
-ReferenceExtractor::Point ReferenceExtractor::startPoint() const
+Point ReferenceExtractor::startPoint() const
 {
     const int half = _imageWidth / 2;
     const int cx = _x + _position % _w;
@@ -159,134 +225,33 @@ ReferenceExtractor::Point ReferenceExtractor::startPoint() const
                           low16((cy - _imageHeight / 2) * 16384 / half));
 }
 
-void ReferenceExtractor::advance(Builder& builder, int direction, int length) const
+std::int32_t ReferenceExtractor::step() const
 {
-    if (direction > 7) {
-        return;
-    }
-    const int s = 268435456 / (_imageWidth / 2);
-    const auto code = static_cast<std::size_t>(direction);
-    builder.x = low32(builder.x + std::int64_t{DX[code]} * s * length);
-    builder.y = low32(builder.y + std::int64_t{DY[code]} * s * length);
+    return 268435456 / (_imageWidth / 2);
 }
 
-void ReferenceExtractor::emitPoint(Builder& builder)
+std::vector<Point> ReferenceExtractor::nextPolygon(int capacity)
 {
-    builder.points.push_back(Point::fromRaw(low16(builder.x >> 14), low16(builder.y >> 14)));
-}
-
-void ReferenceExtractor::add(Builder& builder, int direction, int length) const
-{
-    if (static_cast<int>(builder.points.size()) >= builder.capacity - 1) {
-        return;
+    Builder builder(startPoint(), step(), capacity);
+    const std::vector<int> codes = trace();
+    for (auto run = codes.begin(); run != codes.end();) {
+        const auto end = std::find_if(run, codes.end(), [run](int code) { return code != *run; });
+        builder.add(*run, static_cast<int>(end - run));
+        run = end;
     }
-    if (!builder.pending) {
-        builder.direction = direction;
-        builder.length = length;
-        advance(builder, direction, length);
-        builder.pending = true;
-        return;
+    std::vector<Point>& points = builder.points;
+    if (points.size() > 1) {
+        builder.emitPoint();
     }
-    int distance = std::abs(direction - builder.direction);
-    if (distance > 4) {
-        distance = 8 - distance;
-    }
-    const int l = builder.length;
-    const int n = length;
-    if (distance <= 1 && !(l > 2 && n > 2) && !(l > 1 && n > 3) && !(l > 3 && n > 1)) {
-        advance(builder, direction, length);
-        emitPoint(builder);
-        builder.pending = false;
-        return;
-    }
-    emitPoint(builder);
-    builder.direction = direction;
-    builder.length = length;
-    advance(builder, direction, length);
-}
-
-std::vector<ReferenceExtractor::Point> ReferenceExtractor::nextPolygon(int capacity)
-{
-    Builder builder;
-    builder.capacity = capacity;
-    builder.points = {startPoint()};
-    builder.x = builder.points[0].re.raw() * 16384;
-    builder.y = builder.points[0].im.raw() * 16384;
-    int code = 255;
-    int length = 0;
-    for (const int c : trace()) {
-        if (c == code) {
-            ++length;
-            continue;
-        }
-        if (code != 255) {
-            add(builder, code, length);
-        }
-        code = c;
-        length = 1;
-    }
-    add(builder, code, length);
-    if (builder.points.size() > 1) {
-        emitPoint(builder);
-    }
-    const int count = simplify(builder.points, 0, static_cast<int>(builder.points.size()));
-    builder.points.resize(static_cast<std::size_t>(count));
+    const int count = simplify(points.data(), 0, static_cast<int>(points.size()), _maxError);
+    points.resize(static_cast<std::size_t>(count));
     find();
-    return builder.points;
-}
-
-int ReferenceExtractor::simplify(std::vector<Point>& points, int s, int n) const
-{
-    const auto at = [&](int i) -> Point& { return points[static_cast<std::size_t>(i)]; };
-    if (n <= 2) {
-        return s + n;
-    }
-    int w = s + 1;
-    int k = s + 1;
-    int s0 = s;
-    const int last = s + n - 1;
-    while (k < last) {
-        if (corner(points, k)) {
-            at(w) = at(k);
-            const int r = simplify(points, s0, w + 1 - s0);
-            s0 = r - 1;
-            w = r;
-            k = k + 1;
-        } else {
-            at(w) = at(k + 1);
-            w = w + 1;
-            k = k + 2;
-        }
-    }
-    if (k < s + n) {
-        at(w) = at(s + n - 1);
-        w = w + 1;
-    }
-    return simplify(points, s0, w - s0);
-}
-
-bool ReferenceExtractor::corner(const std::vector<Point>& points, int k) const
-{
-    const auto at = [&](int i) { return points[static_cast<std::size_t>(i)]; };
-    const Point u = at(k + 1) - at(k - 1);
-    const Point v = at(k) - at(k - 1);
-    const std::int64_t ux = u.re.raw();
-    const std::int64_t uy = u.im.raw();
-    const std::int64_t vx = v.re.raw();
-    const std::int64_t vy = v.im.raw();
-    const std::int64_t l2 = low32(ux * ux + uy * uy);
-    if (l2 == 0) {
-        return false;
-    }
-    const std::int64_t dot = vx * ux + vy * uy;
-    const std::int64_t cross2 = (vx * vx + vy * vy) * l2 - dot * dot;
-    const std::int64_t t = std::int64_t{_maxError} * 8192 / 16384;
-    return cross2 > t * l2;
+    return points;
 }
 
 ReferenceExtractor::Measure ReferenceExtractor::measure()
 {
-    const std::int64_t s = 268435456 / (_imageWidth / 2);
+    const std::int64_t s = step();
     const auto rootOfTwo = static_cast<std::int64_t>(1.4142135623730951 * 268435456 + 0.5);
     const std::int64_t diagonal = s * rootOfTwo >> 28;
     const Point start = startPoint();
@@ -296,15 +261,14 @@ ReferenceExtractor::Measure ReferenceExtractor::measure()
     std::int64_t my = 0;
     std::int64_t length = 0;
     for (const int c : trace()) {
-        const auto code = static_cast<std::size_t>(c);
         const std::int64_t previousX = x;
         const std::int64_t previousY = y;
-        x = low32(x + DX[code] * s);
-        y = low32(y + DY[code] * s);
-        const std::int64_t step = c % 2 == 0 ? s : diagonal;
-        mx = low32(mx + (low32(previousX + x) * step >> 41));
-        my = low32(my + (low32(previousY + y) * step >> 41));
-        length = low32(length + (step >> 13));
+        x = low32(x + DX[c] * s);
+        y = low32(y + DY[c] * s);
+        const std::int64_t way = c % 2 == 0 ? s : diagonal;
+        mx = low32(mx + (low32(previousX + x) * way >> 41));
+        my = low32(my + (low32(previousY + y) * way >> 41));
+        length = low32(length + (way >> 13));
     }
     const std::int64_t cx = length == 0 ? x >> 13 : mx * 32768 / (2 * length);
     const std::int64_t cy = length == 0 ? y >> 13 : my * 32768 / (2 * length);
