@@ -2,6 +2,8 @@
 
 #include "core/logging/LogManager.h"
 #include "support/Pictures.h"
+#include "support/Points.h"
+#include "support/Thrown.h"
 
 #include <gtest/gtest.h>
 
@@ -14,8 +16,6 @@
 
 namespace tarvik::analysis {
 namespace {
-
-using Point = Complex<16, 14>;
 
 /// An analyzer, and copies of every frame that it publishes. Pictures of 64 x 48 pixels: 512 raw
 /// units each.
@@ -205,64 +205,48 @@ TEST_F(AnalyzerTest, SkipsOutlinesWhenThePoolIsAlmostFull)
     EXPECT_LT(frame.objectCount(), 25);
 }
 
-struct ClippingCase
-{
-    const char* what;
-    int x;
-    int y;
-    bool top;
-    bool right;
-    bool bottom;
-    bool left;
-};
-
 TEST_F(AnalyzerTest, FlagsObjectsThatReachIntoABand)
 {
-    // Bands of 1100 raw, 2.1 pixels; corners at 1 or 2 pixels from the border lie within or not:
-    // the picture's upper and left edges are 24 and 32 pixels from the centre, the last row and
-    // column 23 and 31.
-    constexpr ClippingCase cases[] = {
-        {"in the middle", 30, 20, false, false, false, false},
-        {"upper edge in row 2", 30, 2, true, false, false, false},
-        {"upper edge in row 3", 30, 3, false, false, false, false},
-        {"left edge in column 2", 2, 20, false, false, false, true},
-        {"left edge in column 3", 3, 20, false, false, false, false},
-        {"right edge in column 62", 58, 20, false, true, false, false},
-        {"right edge in column 61", 57, 20, false, false, false, false},
-        {"lower edge in row 46", 30, 42, false, false, true, false},
-        {"lower edge in row 45", 30, 41, false, false, false, false},
-        {"in a corner", 2, 42, false, false, true, true},
+    struct Case
+    {
+        const char* what;
+        int x;
+        int y;
+        std::int16_t size;      ///< of the bands; a pixel is 512 raw
+        std::string_view sides; ///< top, right, bottom, left
     };
-    for (const ClippingCase& c : cases) {
+
+    // The picture's upper and left edges are 24 and 32 pixels from the centre, the last row and
+    // column 23 and 31.
+    constexpr Case cases[] = {
+        {"in the middle", 30, 20, 1100, ""},
+        {"upper edge 3 pixels within, where the band ends", 30, 3, 1536, ""},
+        {"a band beyond it", 30, 3, 1537, "t"},
+        {"left edge in column 2", 2, 20, 1100, "l"},
+        {"left edge in column 3", 3, 20, 1100, ""},
+        {"right edge in column 62", 58, 20, 1100, "r"},
+        {"right edge in column 61", 57, 20, 1100, ""},
+        {"lower edge in row 46", 30, 42, 1100, "b"},
+        {"lower edge in row 45", 30, 41, 1100, ""},
+        {"in a corner", 2, 42, 1100, "bl"},
+    };
+    for (const Case& c : cases) {
         SCOPED_TRACE(c.what);
-        const auto clippedBy = [&](bool top, bool right, bool bottom, bool left) {
+        const auto clippedBy = [&](std::string_view active) {
+            const auto band = [&](char side) {
+                return ClippingArea{fp<16, 14>(c.size), active.find(side) != active.npos};
+            };
             configure([&](AnalyzerConfiguration& config) {
-                const fp<16, 14> size(1100);
-                config.clippingFrame = {{size, top}, {size, right}, {size, bottom}, {size, left}};
+                config.clippingFrame = {band('t'), band('r'), band('b'), band('l')};
             });
             return analyze(withSquares({{c.x, c.y}})).object(0).clipped();
         };
-        EXPECT_EQ(clippedBy(true, false, false, false), c.top);
-        EXPECT_EQ(clippedBy(false, true, false, false), c.right);
-        EXPECT_EQ(clippedBy(false, false, true, false), c.bottom);
-        EXPECT_EQ(clippedBy(false, false, false, true), c.left);
-        EXPECT_EQ(clippedBy(true, true, true, true), c.top || c.right || c.bottom || c.left);
-        EXPECT_FALSE(clippedBy(false, false, false, false));
+        for (const char* side : {"t", "r", "b", "l"}) {
+            EXPECT_EQ(clippedBy(side), c.sides.find(side) != c.sides.npos) << side;
+        }
+        EXPECT_EQ(clippedBy("trbl"), !c.sides.empty());
+        EXPECT_FALSE(clippedBy(""));
     }
-}
-
-TEST_F(AnalyzerTest, ClipsStrictlyInsideTheBand)
-{
-    // The square's upper edge is 3 pixels, 1536 raw, below the picture's.
-    const auto clippedBy = [&](std::int16_t size) {
-        configure([&](AnalyzerConfiguration& config) {
-            config.clippingFrame = {};
-            config.clippingFrame.top.size = fp<16, 14>(size);
-        });
-        return analyze(withSquares({{30, 3}})).object(0).clipped();
-    };
-    EXPECT_FALSE(clippedBy(1536));
-    EXPECT_TRUE(clippedBy(1537));
 }
 
 TEST_F(AnalyzerTest, CorrectsEveryOutlineAndHole)
@@ -316,13 +300,7 @@ protected:
     void addObject(bool cropped, int half)
     {
         Object object;
-        const auto corner = [half](int x, int y) {
-            return Point::fromRaw(static_cast<std::int16_t>(x * half),
-                                  static_cast<std::int16_t>(y * half));
-        };
-        std::vector<Point> points{corner(-1, -1), corner(1, -1), corner(1, 1), corner(-1, 1),
-                                  corner(-1, -1)};
-        object.polygon().setPoints(points, /*copy*/ true);
+        object.polygon() = test::polygonOf(test::square(0, 0, half));
         object.setCropped(cropped);
         frame->setObject(frame->objectCount(), object);
     }
@@ -396,19 +374,12 @@ TEST_F(SecondPass, RemovesEveryPartWhenAllAreShort)
 
 TEST_F(SecondPass, OnlyPublishesWhatNeedsNoSecondLook)
 {
-    struct Case
-    {
-        const char* what;
-        bool reAnalyzed;
-        bool brokenUp;
-    };
-
-    for (const Case& c : {Case{"already looked at", true, true}, {"not broken up", false, false}}) {
-        SCOPED_TRACE(c.what);
+    for (const bool lookedAt : {true, false}) {
+        SCOPED_TRACE(lookedAt ? "already looked at" : "not broken up");
         frame = std::make_unique<Frame>();
         addObject(true, 10);
-        frame->setReAnalyzed(c.reAnalyzed);
-        frame->setBrokenUp(c.brokenUp);
+        frame->setReAnalyzed(lookedAt);
+        frame->setBrokenUp(lookedAt);
         const std::size_t published = frames.size();
         reAnalyze();
         EXPECT_EQ(frames.size(), published + 1);
@@ -423,7 +394,8 @@ TEST_F(AnalyzerTest, SurvivesAColourPicture)
     const int objects = analyze(withSquares({{10, 10}})).objectCount();
     image::Image colour(64, 48, 3, image::Format::Planar, image::ColorSpace::RGB);
     camera::ImageEvent event{nullptr, &original, &colour, -1};
-    EXPECT_ANY_THROW(analyzer.onEvent(event));
+    EXPECT_EQ(test::thrown<Exception>([&] { analyzer.onEvent(event); }),
+              "Cannot compress color images.");
     EXPECT_EQ(analyze(withSquares({{10, 10}})).objectCount(), objects);
 }
 

@@ -1,6 +1,6 @@
 #include "analysis/FourierDescriptor.h"
 
-#include "analysis/Polygon.h"
+#include "support/Points.h"
 
 #include <gtest/gtest.h>
 
@@ -15,7 +15,6 @@
 namespace tarvik::analysis {
 namespace {
 
-using Point = Complex<16, 14>;
 using Coefficient = Complex<16, 15>;
 constexpr int CENTRE = FourierDescriptor::CENTRE;
 
@@ -34,17 +33,14 @@ Polygon outline(double angle, std::size_t start)
                                                                    {900, 2600},
                                                                    {-700, 2400},
                                                                    {-1900, 300}}};
-    std::vector<Point> points;
+    std::vector<Complex<16, 14>> points;
     for (std::size_t i = 0; i <= CORNERS.size(); ++i) {
         const auto [x, y] = CORNERS[(start + i) % CORNERS.size()];
         const double c = std::cos(angle);
         const double s = std::sin(angle);
-        points.push_back(Point::fromRaw(static_cast<std::int16_t>(std::lround(x * c - y * s)),
-                                        static_cast<std::int16_t>(std::lround(x * s + y * c))));
+        points.push_back(test::at(std::lround(x * c - y * s), std::lround(x * s + y * c)));
     }
-    Polygon polygon;
-    polygon.setPoints(points, /*copy*/ true);
-    return polygon;
+    return test::polygonOf(points);
 }
 
 FourierDescriptor described(const Polygon& polygon, bool exact = false, bool normalise = true)
@@ -67,11 +63,6 @@ int difference(const FourierDescriptor& a, const FourierDescriptor& b)
         }
     }
     return largest;
-}
-
-double moduloPi(double radians)
-{
-    return std::remainder(radians, std::numbers::pi);
 }
 
 TEST(FourierDescriptor, EstimatesRotationAsHalfTheSumOfTwoAngles)
@@ -114,7 +105,8 @@ TEST(FourierDescriptor, DoesNotDependOnWhereTheTraceStarts)
         SCOPED_TRACE(start);
         const FourierDescriptor other = described(outline(0.4, start));
         EXPECT_LE(difference(first, other), 25);
-        EXPECT_NEAR(moduloPi(first.rotation().toDouble() - other.rotation().toDouble()), 0, 0.01);
+        const double gap = first.rotation().toDouble() - other.rotation().toDouble();
+        EXPECT_NEAR(std::remainder(gap, std::numbers::pi), 0, 0.01);
     }
 }
 
@@ -125,7 +117,7 @@ TEST(FourierDescriptor, DoesNotDependOnTheOrientation)
         SCOPED_TRACE(angle);
         const FourierDescriptor turned = described(outline(angle, 0));
         const double gap = turned.rotation().toDouble() - still.rotation().toDouble() - angle;
-        EXPECT_NEAR(moduloPi(gap), 0, 0.01);
+        EXPECT_NEAR(std::remainder(gap, std::numbers::pi), 0, 0.01);
         // Half a turn more or less changes the sign of the even frequencies' neighbours.
         const bool sameHalf = std::abs(std::remainder(gap, 2 * std::numbers::pi)) < 1;
         if (sameHalf) {

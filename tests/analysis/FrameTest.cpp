@@ -1,8 +1,10 @@
 #include "analysis/Frame.h"
 
+#include "support/Points.h"
+
 #include <gtest/gtest.h>
 
-#include <array>
+#include <algorithm>
 #include <memory>
 #include <vector>
 
@@ -10,23 +12,12 @@ namespace tarvik::analysis {
 namespace {
 
 using Point = Complex<16, 14>;
-
-Point at(int x, int y)
-{
-    return Point::fromRaw(static_cast<std::int16_t>(x), static_cast<std::int16_t>(y));
-}
-
-std::array<Point, 5> squareAround(int x, int y, int half)
-{
-    return {at(x - half, y - half), at(x + half, y - half), at(x + half, y + half),
-            at(x - half, y + half), at(x - half, y - half)};
-}
+using test::at;
 
 Object squareObject(int x, int y, int half, int id = -1)
 {
     Object object;
-    auto points = squareAround(x, y, half);
-    object.polygon().setPoints(points, /*copy*/ true);
+    object.polygon() = test::polygonOf(test::square(x, y, half));
     object.setId(id);
     return object;
 }
@@ -92,8 +83,7 @@ TEST(Frame, CopiesOwnTheirPoints)
 {
     const auto frame = std::make_unique<Frame>();
     const auto pool = frame->freePoints();
-    const auto square = squareAround(500, 0, 300);
-    std::copy(square.begin(), square.end(), pool.begin());
+    std::ranges::copy(test::square(500, 0, 300), pool.begin());
     frame->object(0).polygon().setPoints(pool.first(5), /*copy*/ false);
     frame->usePoints(5);
     frame->setObjectCount(1);

@@ -1,5 +1,7 @@
 #include "analysis/correction/LensCorrection.h"
 
+#include "support/Points.h"
+
 #include <gtest/gtest.h>
 
 #include <array>
@@ -8,12 +10,13 @@ namespace tarvik::analysis::correction {
 namespace {
 
 using Point = Complex<16, 14>;
+using test::at;
 
 constexpr std::int32_t TENTH = 107374182; // fp<32, 30>
 
 Point corrected(const LCParams& params, int x, int y)
 {
-    Point point = Point::fromRaw(static_cast<std::int16_t>(x), static_cast<std::int16_t>(y));
+    Point point = at(x, y);
     LensCorrection(params).correct(point);
     return point;
 }
@@ -37,14 +40,9 @@ TEST(LensCorrection, TakesTheCoefficientOfThePointsQuadrant)
     for (const QuadrantCase& c : cases) {
         for (int quadrant = 1; quadrant <= 4; ++quadrant) {
             SCOPED_TRACE(testing::Message() << c.what << ", only q" << quadrant);
-            LCParams params;
-            (quadrant == 1   ? params.k1.q1
-             : quadrant == 2 ? params.k1.q2
-             : quadrant == 3 ? params.k1.q3
-                             : params.k1.q4) = fp<32, 30>(TENTH);
-            const Point original =
-                Point::fromRaw(static_cast<std::int16_t>(c.x), static_cast<std::int16_t>(c.y));
-            EXPECT_EQ(corrected(params, c.x, c.y) != original, quadrant == c.quadrant);
+            const auto k = [=](int q) { return fp<32, 30>(q == quadrant ? TENTH : 0); };
+            const LCParams params{.k1 = {k(1), k(2), k(3), k(4)}};
+            EXPECT_EQ(corrected(params, c.x, c.y) != at(c.x, c.y), quadrant == c.quadrant);
         }
     }
 }
@@ -54,10 +52,10 @@ TEST(LensCorrection, ScalesByTheSquaredRadius)
     LCParams params;
     params.k1 = {fp<32, 30>(TENTH), fp<32, 30>(TENTH), fp<32, 30>(TENTH), fp<32, 30>(-TENTH)};
     // r^2 = 0.5: t = 26843545 x 2^27 >> 28 = 13421772, factor 16384 + 819; 8192 x 17203 >> 14.
-    EXPECT_EQ(corrected(params, 8192, -8192), Point::fromRaw(8601, -8602));
-    EXPECT_EQ(corrected(params, -8192, -8192), Point::fromRaw(-8602, -8602));
+    EXPECT_EQ(corrected(params, 8192, -8192), at(8601, -8602));
+    EXPECT_EQ(corrected(params, -8192, -8192), at(-8602, -8602));
     // -TENTH >> 2 = -26843546, t = -13421773, >> 14 gives -820: factor 15564.
-    EXPECT_EQ(corrected(params, 8192, 8192), Point::fromRaw(7782, 7782));
+    EXPECT_EQ(corrected(params, 8192, 8192), at(7782, 7782));
 }
 
 TEST(LensCorrection, WrapsTheFactorTo16Bits)
@@ -65,15 +63,15 @@ TEST(LensCorrection, WrapsTheFactorTo16Bits)
     LCParams params;
     params.k1.q1 = fp<32, 30>::MAX; // 2 - 2^-30
     // r^2 just below 0.5: t >> 14 = 16383, factor 32767 just fits; 11585 x 32767 >> 14.
-    EXPECT_EQ(corrected(params, 11585, 0), Point::fromRaw(23169, 0));
+    EXPECT_EQ(corrected(params, 11585, 0), at(23169, 0));
     // r^2 = 0.73: t >> 14 = 23925, factor 40309 wraps to -25227; 14000 x -25227 >> 14.
-    EXPECT_EQ(corrected(params, 14000, 0), Point::fromRaw(-21557, 0));
+    EXPECT_EQ(corrected(params, 14000, 0), at(-21557, 0));
 }
 
 TEST(LensCorrection, LeavesPointsWhereCoefficientsAreZero)
 {
     EXPECT_TRUE(LensCorrection(LCParams{}).isIdentity());
-    EXPECT_EQ(corrected(LCParams{}, -12345, 4321), Point::fromRaw(-12345, 4321));
+    EXPECT_EQ(corrected(LCParams{}, -12345, 4321), at(-12345, 4321));
     LCParams params;
     params.k1.q3 = fp<32, 30>(1);
     EXPECT_FALSE(LensCorrection(params).isIdentity());
@@ -83,7 +81,7 @@ TEST(LensCorrection, CorrectsAsManyPointsAsCounted)
 {
     LCParams params;
     params.k1.q4 = fp<32, 30>(TENTH);
-    const Point point = Point::fromRaw(8192, 8192);
+    const Point point = at(8192, 8192);
     std::array<Point, 2> points{point, point};
     EXPECT_TRUE(LensCorrection(params).correct(points.data(), 1));
     EXPECT_NE(points[0], point);

@@ -2,6 +2,7 @@
 
 #include "analysis/ContourProperties.h"
 #include "analysis/FourierDescriptor.h"
+#include "support/Points.h"
 
 #include <gtest/gtest.h>
 
@@ -16,18 +17,8 @@ namespace tarvik::analysis {
 namespace {
 
 using Point = Complex<16, 14>;
-
-Point at(int x, int y)
-{
-    return Point::fromRaw(static_cast<std::int16_t>(x), static_cast<std::int16_t>(y));
-}
-
-Polygon polygonOf(std::vector<Point> absolute)
-{
-    Polygon polygon;
-    polygon.setPoints(absolute, /*copy*/ true);
-    return polygon;
-}
+using test::at;
+using test::polygonOf;
 
 std::vector<Point> pointsOf(const Polygon& polygon)
 {
@@ -48,14 +39,6 @@ TEST(Polygon, ComputesItsPropertiesFromAbsolutePoints)
     EXPECT_EQ(box(polygon), (std::vector<int>{-196, -143, 204, 157}));
     EXPECT_EQ(pointsOf(polygon), (std::vector<Point>{at(-196, -143), at(204, -143), at(204, 157),
                                                      at(-196, 157), at(-196, -143)}));
-}
-
-TEST(Polygon, RoundsNegativeMomentsDownAndTheirCentreTwice)
-{
-    const Polygon polygon =
-        polygonOf({at(0, 0), at(-400, 0), at(-400, -300), at(0, -300), at(0, 0)});
-    // Moments -20 - 30 - 20 and 0 - 11 - 30 - 11; -409.6 and -304.2 truncate, halves round down.
-    EXPECT_EQ(polygon.position(), at(-205, -152));
 }
 
 TEST(Polygon, KeepsPositionAndPointsWithoutLength)
@@ -170,8 +153,7 @@ struct Inside
 
 TEST(Polygon, TellsWhatLiesInside)
 {
-    const std::vector<Point> clockwise{at(-1000, -1000), at(1000, -1000), at(1000, 1000),
-                                       at(-1000, 1000), at(-1000, -1000)};
+    const std::vector<Point> clockwise = test::square(0, 0, 1000);
     const std::vector<Point> counterclockwise(clockwise.rbegin(), clockwise.rend());
     const std::vector<Point> open(clockwise.begin(), clockwise.end() - 1);
     const Inside cases[] = {
@@ -266,10 +248,8 @@ TEST(Polygon, MovesItsPointsToAnother)
 
 TEST(Polygon, RebuildsItselfFromADescriptor)
 {
-    const Polygon square = polygonOf(
-        {at(-2000, -2000), at(2000, -2000), at(2000, 2000), at(-2000, 2000), at(-2000, -2000)});
     FourierDescriptor descriptor;
-    descriptor.load(square, /*normalise*/ false, /*exact*/ true);
+    descriptor.load(polygonOf(test::square(0, 0, 2000)), /*normalise*/ false, /*exact*/ true);
     descriptor.move(Complex<16, 15>::fromRaw(3000, 1000));
 
     Polygon rebuilt;
@@ -292,22 +272,20 @@ TEST(Polygon, ChoosesItsNumberOfPointsByTheLength)
     struct Case
     {
         const char* what;
-        int side; ///< raw, of a square
+        int half; ///< raw, of a square's side
         std::int16_t wanted;
         int points;
     };
 
     constexpr Case cases[] = {
-        {"50 per unit: length 1.0", 4096, 0, 50},       {"length 0.5", 2048, -1, 25},
-        {"length 0.03 gives 1, at least 3", 128, 0, 3}, {"as asked", 4096, 7, 7},
-        {"as asked, at least 3", 4096, 1, 3},
+        {"50 per unit: length 1.0", 2048, 0, 50},      {"length 0.5", 1024, -1, 25},
+        {"length 0.03 gives 1, at least 3", 64, 0, 3}, {"as asked", 2048, 7, 7},
+        {"as asked, at least 3", 2048, 1, 3},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.what);
         FourierDescriptor descriptor;
-        descriptor.load(
-            polygonOf({at(0, 0), at(c.side, 0), at(c.side, c.side), at(0, c.side), at(0, 0)}),
-            false, false);
+        descriptor.load(polygonOf(test::square(0, 0, c.half)), false, false);
         Polygon polygon;
         polygon.load(descriptor, true, -1, c.wanted);
         EXPECT_EQ(polygon.pointCount(), c.points);
@@ -317,13 +295,15 @@ TEST(Polygon, ChoosesItsNumberOfPointsByTheLength)
     EXPECT_EQ(polygon.pointCount(), 3);
 }
 
-TEST(ContourProperties, MeasureAsThePolygonDoesAndLeaveThePoints)
+TEST(ContourProperties, RoundAsThePolygonDoes)
 {
     const std::vector<Point> points{at(0, 0), at(-400, 0), at(-400, -300), at(0, -300), at(0, 0)};
     const Polygon polygon = polygonOf(points);
     const ContourProperties properties(points);
+    // Moments -20 - 30 - 20 and 0 - 11 - 30 - 11; -409.6 and -304.2 truncate, halves round down.
+    EXPECT_EQ(polygon.position(), at(-205, -152));
+    EXPECT_EQ(properties.centre(), at(-205, -152));
     EXPECT_EQ(properties.length(), polygon.length());
-    EXPECT_EQ(properties.centre(), polygon.position());
     for (const std::vector<Point>& flat :
          {std::vector<Point>{}, {at(5, 5)}, {at(5, 5), at(5, 5)}}) {
         EXPECT_EQ(ContourProperties(flat).length().raw(), 0);
