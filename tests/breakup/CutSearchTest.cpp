@@ -1,7 +1,6 @@
 #include "breakup/CutSearch.h"
 
 #include "Outlines.h"
-#include "analysis/Polygon.h"
 
 #include <gtest/gtest.h>
 
@@ -18,14 +17,6 @@ using namespace tarvik::test;
 namespace {
 
 using Ends = std::vector<std::pair<int, int>>;
-
-analysis::Polygon polygon(const Outline& outline)
-{
-    analysis::Polygon p;
-    auto points = closed(outline);
-    p.setPoints(points, true);
-    return p;
-}
 
 /// Squared distance below which a chord is shorter than so many steps.
 std::uint32_t shorterThan(int steps)
@@ -45,7 +36,7 @@ Ends ends(const Cuts& cuts)
 Ends search(const Outline& outline, int steps)
 {
     Cuts cuts;
-    findCuts(polygon(outline), 0, shorterThan(steps), cuts);
+    findCuts(polygonOf(outline), 0, shorterThan(steps), cuts);
     return ends(cuts);
 }
 
@@ -144,12 +135,10 @@ TEST(CutSearch, FindsTheEndWhereverItLies)
 TEST(CutSearch, TakesTheFarthestCornersForFar)
 {
     // The squared distance of this pair is 2^31, and nothing is near when the limit is 0.
-    std::vector<Point> points(40, Point::fromRaw(-16384, -16384));
-    points[20] = Point::fromRaw(16384, 16384);
-    analysis::Polygon p;
-    p.setPoints(points, true);
+    std::vector<Point> points(40, at(-16384, -16384));
+    points[20] = at(16384, 16384);
     Cuts cuts;
-    findCuts(p, 0, 0, cuts);
+    findCuts(polygonOf(points), 0, 0, cuts);
     EXPECT_EQ(cuts.count(), 0);
 }
 
@@ -159,10 +148,10 @@ TEST(CutSearch, StopsAtTwentyFiveCutsOfAllObjects)
     while (cuts.count() < 24) {
         cuts.add(Cut());
     }
-    findCuts(polygon(THREE_BLOBS), 0, shorterThan(3), cuts);
+    findCuts(polygonOf(THREE_BLOBS), 0, shorterThan(3), cuts);
     EXPECT_EQ(cuts.count(), 25);
     EXPECT_EQ(ends(cuts).back(), std::pair(2, 13));
-    findCuts(polygon(TWO_BLOBS), 1, shorterThan(3), cuts);
+    findCuts(polygonOf(TWO_BLOBS), 1, shorterThan(3), cuts);
     EXPECT_EQ(cuts.cuts().back().objectIndex, 0);
     EXPECT_FALSE(cuts.add(Cut()));
 }
@@ -170,9 +159,9 @@ TEST(CutSearch, StopsAtTwentyFiveCutsOfAllObjects)
 TEST(CutSearch, TakesOutlinesWithoutPoints)
 {
     Cuts cuts;
-    findCuts(analysis::Polygon(), 0, 1000, cuts);
-    findCuts(analysis::Polygon(1), 0, 1000, cuts);
-    findCuts(analysis::Polygon(2), 0, 1000, cuts);
+    for (const int count : {0, 1, 2}) {
+        findCuts(analysis::Polygon(count), 0, 1000, cuts);
+    }
     EXPECT_EQ(cuts.count(), 0);
 }
 

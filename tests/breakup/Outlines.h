@@ -1,10 +1,9 @@
 #pragma once
 
-#include "math/Complex.h"
+#include "support/Points.h"
 
 #include <gtest/gtest.h>
 
-#include <cstdint>
 #include <span>
 #include <vector>
 
@@ -45,8 +44,7 @@ inline const Outline SQUARE = {{0, 0}, {10, 0}, {10, 10}, {0, 10}};
 
 [[nodiscard]] inline Point atGrid(GridPoint p)
 {
-    return Point::fromRaw(static_cast<std::int16_t>(p.x * STEP),
-                          static_cast<std::int16_t>(p.y * STEP));
+    return at(p.x * STEP, p.y * STEP);
 }
 
 /// Absolute points, the first one repeated at the end.
@@ -60,11 +58,17 @@ inline const Outline SQUARE = {{0, 0}, {10, 0}, {10, 10}, {0, 10}};
     return points;
 }
 
-/// Grid points of the absolute outline, the closing one included.
+[[nodiscard]] inline analysis::Polygon polygonOf(const Outline& outline)
+{
+    return polygonOf(closed(outline));
+}
+
+/// Grid points of the absolute outline without the closing one.
 [[nodiscard]] inline Outline onGrid(Point position, std::span<const Point> points)
 {
     Outline outline;
-    for (const Point& p : points) {
+    EXPECT_EQ(points.front(), points.back());
+    for (const Point& p : points.first(points.size() - 1)) {
         const Point absolute = position + p;
         EXPECT_EQ(absolute.re.raw() % STEP, 0);
         EXPECT_EQ(absolute.im.raw() % STEP, 0);

@@ -2,6 +2,7 @@
 
 #include "image/Image.h"
 #include "image/Words.h"
+#include "support/Pictures.h"
 
 #include <gmock/gmock.h>
 
@@ -133,20 +134,6 @@ TEST(BinarizationTest, CombinesBinaryPictures)
     }
 }
 
-/// 255 for '#', 0 for the rest.
-Image drawn(const std::vector<std::string_view>& rows)
-{
-    Image image(static_cast<std::uint16_t>(rows.front().size()),
-                static_cast<std::uint16_t>(rows.size()));
-    std::uint8_t* pixel = image.data();
-    for (const std::string_view row : rows) {
-        for (const char c : row) {
-            *pixel++ = c == '#' ? 255 : 0;
-        }
-    }
-    return image;
-}
-
 std::vector<int> codesOf(const Image& grey, ByteWindow window = ByteWindow::interval(128, 255))
 {
     NeighbourEncoder encoder;
@@ -182,7 +169,7 @@ TEST(NeighbourEncoderTest, GivesContourPixelsTheirNeighbours)
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.what);
-        EXPECT_EQ(codesOf(drawn(c.picture)), c.codes);
+        EXPECT_EQ(codesOf(test::drawn(c.picture)), c.codes);
     }
 }
 
@@ -200,13 +187,11 @@ TEST(NeighbourEncoderTest, AgreesWithItsDefinition)
     for (int round = 0; round < 40; ++round) {
         const int width = 1 + static_cast<int>(random() % 50);
         const int height = 1 + static_cast<int>(random() % 12);
-        Image grey(static_cast<std::uint16_t>(width), static_cast<std::uint16_t>(height));
-        const auto bytes = randomBytes(grey.byteCount(), static_cast<unsigned>(round));
-        std::ranges::copy(bytes, grey.data());
+        const Image grey = test::randomGrey(random, width, height);
         const ByteWindow window = ByteWindow::interval(60, 250).inverted(round % 4 == 0);
         const std::vector<int> codes = codesOf(grey, window);
         const auto foreground = [&](int x, int y) {
-            return window.contains(bytes[static_cast<std::size_t>(y * width + x)]);
+            return window.contains(grey.data()[y * width + x]);
         };
         for (int i = 0; i < width * height; ++i) {
             const int x = i % width;

@@ -1,6 +1,7 @@
 #include "image/BinaryImage.h"
 
 #include "image/Binarization.h"
+#include "support/Pictures.h"
 
 #include <gtest/gtest.h>
 
@@ -10,15 +11,6 @@
 
 namespace tarvik::image {
 namespace {
-
-Image randomGrey(std::mt19937& random, int width, int height)
-{
-    Image grey(static_cast<std::uint16_t>(width), static_cast<std::uint16_t>(height));
-    for (std::uint8_t& pixel : grey.bytes()) {
-        pixel = static_cast<std::uint8_t>(random());
-    }
-    return grey;
-}
 
 /// What the kernel for bytes makes of it.
 Image binarized(const Image& grey, ByteWindow window)
@@ -52,7 +44,7 @@ TEST(BinaryImage, HoldsWhatThresholdingTheBytesGives)
     for (const Case& c : CASES) {
         for (const auto& [width, height] : {std::pair(640, 8), {33, 5}, {7, 3}, {752, 9}}) {
             SCOPED_TRACE(testing::Message() << c.what << ", " << width << " x " << height);
-            const Image grey = randomGrey(random, width, height);
+            const Image grey = test::randomGrey(random, width, height);
             const Image expected = binarized(grey, c.window);
             CompressedBinaryImage packed;
             packed.load(expected);
@@ -70,19 +62,14 @@ TEST(CompressedBinaryImage, ClearsTheOutermostPixels)
     for (const auto& [width, height] : {std::pair(64, 5), {33, 4}, {1, 3}, {70, 1}, {3, 3}}) {
         SCOPED_TRACE(testing::Message() << width << " x " << height);
         Image picture(static_cast<std::uint16_t>(width), static_cast<std::uint16_t>(height));
-        std::ranges::fill(picture.bytes(), std::uint8_t{255});
+        test::fill(picture, 0, 0, width, height);
         CompressedBinaryImage packed;
         packed.load(picture);
         packed.clearFrame();
-        for (int i = 0; i < width * height; ++i) {
-            const int x = i % width;
-            const int y = i / width;
-            const bool edge = x == 0 || y == 0 || x == width - 1 || y == height - 1;
-            picture.data()[i] = edge ? 0 : 255;
-        }
-        std::vector<std::uint8_t> unpacked(picture.pixelCount());
-        packed.unpack(unpacked);
-        EXPECT_TRUE(std::ranges::equal(unpacked, picture.bytes()));
+        Image expected(picture.width(), picture.height());
+        test::fill(expected, 1, 1, width - 2, height - 2);
+        packed.unpack(picture.bytes());
+        EXPECT_TRUE(std::ranges::equal(picture.bytes(), expected.bytes()));
     }
 }
 

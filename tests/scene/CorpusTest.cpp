@@ -2,9 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <concepts>
 #include <cstdint>
 #include <random>
-#include <type_traits>
 
 namespace tarvik::test {
 namespace {
@@ -13,10 +13,8 @@ namespace {
 class Digest
 {
 public:
-    template <class T>
-    void add(T value)
+    void add(std::integral auto value)
     {
-        static_assert(std::is_integral_v<T>);
         auto bits = static_cast<std::uint64_t>(value);
         for (std::size_t i = 0; i < sizeof bits; ++i) {
             _hash = (_hash ^ (bits & 0xFF)) * 0x100000001B3U;
@@ -33,19 +31,13 @@ public:
     template <int W, int F>
     void add(Complex<W, F> value)
     {
-        add(value.re);
-        add(value.im);
+        addAll(value.re, value.im);
     }
 
-    void add(const analysis::Polygon& polygon)
+    void add(const analysis::Polygon& p)
     {
-        add(polygon.position());
-        add(polygon.length());
-        add(polygon.left());
-        add(polygon.top());
-        add(polygon.right());
-        add(polygon.bottom());
-        for (const auto& point : polygon.points()) {
+        addAll(p.position(), p.length(), p.left(), p.top(), p.right(), p.bottom());
+        for (const auto& point : p.points()) {
             add(point);
         }
     }
@@ -71,22 +63,18 @@ public:
             add(object);
         }
         for (const auto& cut : result.frame->possibleCuts().cuts()) {
-            add(cut.point1Index);
-            add(cut.point2Index);
-            add(cut.objectIndex);
+            addAll(cut.point1Index, cut.point2Index, cut.objectIndex);
         }
-        for (const auto& matching : result.matchings->matchings()) {
-            add(matching.templateID);
-            add(matching.position);
-            add(matching.rotation);
-            add(matching.confidence);
-            add(matching.error);
+        for (const auto& m : result.matchings->matchings()) {
+            addAll(m.templateID, m.position, m.rotation, m.confidence, m.error);
         }
     }
 
     [[nodiscard]] std::uint64_t value() const { return _hash; }
 
 private:
+    void addAll(const auto&... values) { (add(values), ...); }
+
     std::uint64_t _hash = 0xCBF29CE484222325U;
 };
 

@@ -4,16 +4,16 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <initializer_list>
 #include <random>
 #include <string_view>
+#include <vector>
 
 namespace tarvik::test {
 
 /// A binary image from rows of text: '.' is background, anything else foreground.
-inline image::Image drawn(std::initializer_list<std::string_view> rows)
+inline image::Image drawn(const std::vector<std::string_view>& rows)
 {
-    image::Image picture(static_cast<std::uint16_t>(rows.begin()->size()),
+    image::Image picture(static_cast<std::uint16_t>(rows.front().size()),
                          static_cast<std::uint16_t>(rows.size()));
     std::size_t i = 0;
     for (const std::string_view row : rows) {
@@ -41,6 +41,16 @@ inline image::Image randomPicture(std::mt19937& random, int width, int height, d
     for (std::uint8_t& pixel : picture.bytes()) {
         const bool set = static_cast<double>(random() % 4096) < density * 4096;
         pixel = static_cast<std::uint8_t>(set ? 1 + random() % 255 : 0);
+    }
+    return picture;
+}
+
+/// Any bytes.
+inline image::Image randomGrey(std::mt19937& random, int width, int height)
+{
+    image::Image picture(static_cast<std::uint16_t>(width), static_cast<std::uint16_t>(height));
+    for (std::uint8_t& pixel : picture.bytes()) {
+        pixel = static_cast<std::uint8_t>(random());
     }
     return picture;
 }
