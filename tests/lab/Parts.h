@@ -52,9 +52,23 @@ inline void drawFlag(image::Image& picture, const Pose& pose)
     });
 }
 
-inline void drawDisc(image::Image& picture, const Pose& pose, double radius = 40)
+inline void drawDisc(image::Image& picture, const Pose& pose)
 {
-    draw(picture, pose, [radius](double u, double v) { return std::hypot(u, v) < radius; });
+    draw(picture, pose, [](double u, double v) { return std::hypot(u, v) < 40; });
+}
+
+inline image::Image flagPicture(const Pose& pose = {}, std::uint16_t width = 640)
+{
+    image::Image picture = emptyPicture(width);
+    drawFlag(picture, pose);
+    return picture;
+}
+
+inline image::Image discPicture()
+{
+    image::Image picture = emptyPicture();
+    drawDisc(picture, {});
+    return picture;
 }
 
 } // namespace tarvik::test

@@ -1,78 +1,46 @@
+#include "server/Program.h"
+
 #include "PictureFile.h"
 #include "ResultJson.h"
 #include "lab/Parts.h"
-#include "support/Eventually.h"
-#include "support/TemporaryFolder.h"
 
-#include <gtest/gtest.h>
-
-#include <fcntl.h>
 #include <gmock/gmock.h>
-#include <spawn.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include <csignal>
+#include <algorithm>
 #include <cstdlib>
+#include <optional>
 #include <sstream>
-
-extern char** environ; // NOLINT(readability-redundant-declaration)
+#include <string>
 
 namespace tarvik::lab {
 namespace {
 
 using testing::HasSubstr;
 
-/// Both programs as they are shipped, on a loopback address of this test's own.
+/// Both programs as they are shipped.
 class ProgramTest : public testing::Test
 {
 protected:
     ProgramTest()
-        : address("127." + std::to_string(201 + ::getpid() / 62500 % 50) + "." +
-                  std::to_string(1 + ::getpid() / 250 % 250) + "." +
-                  std::to_string(1 + ::getpid() % 250))
     {
         ::setenv("OCAMERA_FPS", "100", 1);
-        image::Image flag = test::emptyPicture();
-        test::drawFlag(flag, {300, 230, 40});
-        writePng(folder / "flag.png", flag);
-        image::Image disc = test::emptyPicture();
-        test::drawDisc(disc, {});
-        writePng(folder / "disc.png", disc);
+        writePng(folder / "flag.png", test::flagPicture({300, 230, 40}));
+        writePng(folder / "disc.png", test::discPicture());
         writePng(folder / "small.png", test::emptyPicture(320, 240));
-    }
-
-    ~ProgramTest() override
-    {
-        if (server > 0) {
-            ::kill(server, SIGKILL);
-            ::waitpid(server, nullptr, 0);
-        }
     }
 
     void startServer()
     {
-        std::string program = TARVIK_SERVER;
-        std::string bind = "--bind=" + address;
-        std::string directory = "--directory=" + folder.path().string();
-        char* argv[] = {program.data(), bind.data(), directory.data(), nullptr};
-        posix_spawn_file_actions_t actions{};
-        ::posix_spawn_file_actions_init(&actions);
-        const std::string log = folder / "server.log";
-        ::posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, log.c_str(), O_WRONLY | O_CREAT,
-                                           0600);
-        ASSERT_EQ(::posix_spawn(&server, program.c_str(), &actions, nullptr, argv, environ), 0);
-        ::posix_spawn_file_actions_destroy(&actions);
-        ASSERT_TRUE(test::eventually([&] {
-            return test::readFile(log).find("TarvikLab server started.") != std::string::npos;
-        }));
+        server.emplace(std::vector{std::string("--directory"), folder.path().string()});
+        ASSERT_TRUE(server->says("TarvikLab server started."));
     }
 
-    /// Runs tarvik-lab; its exit status. Output and errors are then in `out` and `err`.
-    int lab(const std::string& arguments, bool withHost = true)
+    /// Runs tarvik-lab for the server, if there is one; its exit status. Output and errors are then
+    /// in `out` and `err`.
+    int lab(const std::string& arguments)
     {
         const std::string command = std::string(TARVIK_LAB) + " " + arguments +
-                                    (withHost ? " --host " + address : "") + " > " +
+                                    (server ? " --host " + server->address() : "") + " > " +
                                     (folder / "out") + " 2> " + (folder / "err");
         const int status = std::system(command.c_str()); // NOLINT: our own words
         out = test::readFile(folder / "out");
@@ -81,8 +49,7 @@ protected:
     }
 
     test::TemporaryFolder folder;
-    std::string address;
-    pid_t server = -1;
+    std::optional<test::Program> server;
     std::string out;
     std::string err;
 };
@@ -91,8 +58,7 @@ TEST_F(ProgramTest, RunRecognisesComparesAndDraws)
 {
     const std::string pictures = (folder / "disc.png") + " " + (folder / "flag.png");
     ASSERT_EQ(lab("teach --file " + (folder / "config.xml") + " 1:" + (folder / "flag.png") +
-                      " 2:" + (folder / "disc.png"),
-                  false),
+                  " 2:" + (folder / "disc.png")),
               0)
         << err;
     startServer();
@@ -149,10 +115,7 @@ TEST_F(ProgramTest, TeachesConfiguresWatchesAndStopsARunningCamera)
     EXPECT_EQ(lab("log"), 0);
     EXPECT_THAT(out, HasSubstr("Server: Starting Tarvik Server..."));
     EXPECT_EQ(lab("shutdown"), 0) << err;
-    int status = -1;
-    EXPECT_TRUE(test::eventually([&] { return ::waitpid(server, &status, WNOHANG) == server; }));
-    server = -1;
-    EXPECT_EQ(status, 0);
+    EXPECT_EQ(server->exitStatus(), 0);
     EXPECT_THAT(test::readFile(folder / "config.xml"), HasSubstr("<ID>5</ID>"));
     EXPECT_EQ(lab("watch --once"), 1);
     EXPECT_THAT(err, HasSubstr("Is tarvik-server running there?"));

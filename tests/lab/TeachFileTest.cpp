@@ -23,22 +23,17 @@ class TeachFileTest : public testing::Test
 protected:
     TeachFileTest()
     {
-        image::Image flag = test::emptyPicture();
-        test::drawFlag(flag, {});
-        writePng(folder / "flag.png", flag);
-        image::Image disc = test::emptyPicture();
-        test::drawDisc(disc, {});
-        writePng(folder / "disc.png", disc);
+        writePng(folder / "flag.png", test::flagPicture());
+        writePng(folder / "disc.png", test::discPicture());
         writePng(folder / "empty.png", test::emptyPicture());
         writePng(folder / "small.png", test::emptyPicture(320, 240));
         test::writeFile(folder / "text.png", "no picture");
     }
 
-    void teach(const std::vector<std::string>& pictures, teaching::Lesson lesson = {})
+    void teach(const std::vector<std::string>& pictures)
     {
         TeachOptions options;
         options.file = config;
-        options.lesson = lesson;
         options.pictures = pictures;
         testing::internal::CaptureStdout();
         try {
@@ -78,8 +73,7 @@ TEST_F(TeachFileTest, FollowsModelAndInversionOfTheFile)
     dark.camera.config.triggerMode = camera::CameraConfiguration::EXTERNAL_TRIGGER;
     dark.camera.config.invert = true;
     configuration::save(dark, config);
-    image::Image negative = test::emptyPicture(752, 480);
-    test::drawFlag(negative, {});
+    image::Image negative = test::flagPicture({}, 752);
     for (std::uint8_t& pixel : negative.bytes()) {
         pixel = static_cast<std::uint8_t>(255 - pixel);
     }

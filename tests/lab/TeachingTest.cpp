@@ -30,16 +30,8 @@ class TeachingTest : public testing::Test
 protected:
     const analysis::Frame& flagAt(const Pose& pose)
     {
-        image::Image picture = test::emptyPicture();
-        test::drawFlag(picture, pose);
+        image::Image picture = test::flagPicture(pose);
         return analysis.analyze(picture);
-    }
-
-    static Lesson lessonWithId(std::int32_t id)
-    {
-        Lesson lesson;
-        lesson.id = id;
-        return lesson;
     }
 
     PictureAnalysis analysis{{}, {}};
@@ -48,10 +40,8 @@ protected:
 
 TEST_F(TeachingTest, TaughtPartIsRecognisedTurnedAtItsGripPoint)
 {
-    Lesson lesson = lessonWithId(7);
-    lesson.grip = PixelPoint{365, 210}; // the hole
-    lesson.rotationDeg = 30;
-    teach(state, flagAt({}), lesson, SIZE);
+    const PixelPoint hole{365, 210};
+    teach(state, flagAt({}), {7, false, hole, {}, 30}, SIZE);
     database::Database database;
     database.setState(state);
 
@@ -73,10 +63,8 @@ TEST_F(TeachingTest, RotationIsAddedToWhatIsReported)
 {
     const auto reported = [this](std::optional<double> rotation) {
         DatabaseState taught;
-        Lesson lesson = lessonWithId(1);
-        lesson.rotationDeg = rotation;
         const auto& frame = flagAt({});
-        teach(taught, frame, lesson, SIZE);
+        teach(taught, frame, {{}, false, {}, {}, rotation}, SIZE);
         database::Database database;
         database.setState(taught);
         database::Matching matching;
@@ -118,31 +106,23 @@ TEST_F(TeachingTest, RefusesLessonsThatATemplateCannotHold)
     struct Case
     {
         const char* what;
-        Lesson lesson;
+        Lesson lesson; ///< id, replace, grip, height, rotation
         const char* refusal;
     };
 
-    Lesson farGrip;
-    farGrip.grip = PixelPoint{2000, 240};
-    Lesson noHeight;
-    noHeight.height = std::numeric_limits<double>::quiet_NaN();
-    Lesson tooHigh;
-    tooHigh.height = 70000;
-    Lesson dizzy;
-    dizzy.rotationDeg = 361;
+    constexpr double NO_NUMBER = std::numeric_limits<double>::quiet_NaN();
+    const Lesson taken{5, false, {}, {}, {}};
     const Case cases[] = {
-        {"results carry 16 bits", lessonWithId(32768), "outside 0 to 32767"},
-        {"-1 means nothing recognised", lessonWithId(-1), "outside 0 to 32767"},
-        {"taken", lessonWithId(5),
-         "Template id 5 is taken. Choose another one (the next free one "
-         "is 6)"},
-        {"grip far away", farGrip, "grip point"},
-        {"height not a number", noHeight, "The height is nan"},
-        {"height too large", tooHigh, "The height is 70000"},
-        {"rotation", dizzy, "between -360 and 360"},
+        {"results carry 16 bits", {32768, false, {}, {}, {}}, "outside 0 to 32767"},
+        {"-1 means nothing recognised", {-1, false, {}, {}, {}}, "outside 0 to 32767"},
+        {"taken", taken, "id 5 is taken. Choose another one (the next free one is 6)"},
+        {"grip far away", {{}, false, PixelPoint{2000, 240}, {}, {}}, "grip point"},
+        {"height not a number", {{}, false, {}, NO_NUMBER, {}}, "The height is nan"},
+        {"height too large", {{}, false, {}, 70000, {}}, "The height is 70000"},
+        {"rotation", {{}, false, {}, {}, 361}, "between -360 and 360"},
     };
     const auto& frame = flagAt({});
-    teach(state, frame, lessonWithId(5), SIZE);
+    teach(state, frame, taken, SIZE);
     for (const Case& c : cases) {
         SCOPED_TRACE(c.what);
         EXPECT_THAT(test::thrown<TeachingException>([&] { teach(state, frame, c.lesson, SIZE); }),
@@ -160,9 +140,7 @@ TEST_F(TeachingTest, FullDatabaseTakesReplacementsOnly)
     EXPECT_EQ(test::thrown<TeachingException>([&] { teach(state, frame, {}, SIZE); }),
               "The database is full: it holds 31 templates. Replace one of them instead.");
 
-    Lesson again = lessonWithId(12);
-    again.replace = true;
-    again.height = 4;
+    const Lesson again{12, true, {}, 4, {}};
     EXPECT_TRUE(teach(state, frame, again, SIZE).replaced);
     EXPECT_EQ(state.numTemplates(), 31);
     EXPECT_EQ(state.getTemplate(12)->height.toDouble(), 4);
