@@ -33,29 +33,17 @@ TEST(Comparators, SumTheSquaredDifferencesOfTheBetterOrientation)
     constexpr std::int16_t MIN16 = -32768;
     constexpr int MIN32 = std::numeric_limits<int>::min();
     const auto none = descriptor({});
+    std::vector<Coefficient> everyOne{{0, 900, 900}};
+    for (const int k : {1, 2, 3, 4, 5, 6, 7}) {
+        everyOne.insert(everyOne.end(), {{-k, 1, 1}, {k, 1, 1}});
+    }
     const OutlineCase cases[] = {
         {"equal to both: the tie goes to the straight one", none, none, none, 0, true, 0},
         {"equal to the rotated one only", descriptor({{1, 9, 0}}), none, descriptor({{1, 9, 0}}), 0,
          true, PI_RAW},
         {"3 x 3 + 4 x 4 on the outer frequencies", descriptor({{-7, 3, 0}, {7, 0, -4}}), none,
          descriptor({{1, 3000, 0}}), 25, true, 0},
-        {"every frequency but 0 counts",
-         descriptor({{-7, 1, 1},
-                     {-6, 1, 1},
-                     {-5, 1, 1},
-                     {-4, 1, 1},
-                     {-3, 1, 1},
-                     {-2, 1, 1},
-                     {-1, 1, 1},
-                     {0, 900, 900},
-                     {1, 1, 1},
-                     {2, 1, 1},
-                     {3, 1, 1},
-                     {4, 1, 1},
-                     {5, 1, 1},
-                     {6, 1, 1},
-                     {7, 1, 1}}),
-         none, none, 28, true, 0},
+        {"every frequency but 0 counts", descriptor(everyOne), none, none, 28, true, 0},
         {"where it lies does not matter", descriptor({{0, MIN16, 32767}}), none,
          descriptor({{0, 5, 5}}), 0, true, 0},
         {"2 x 1500 squared is below 10737418", descriptor({{2, 1500, 1500}}), none, none, 4500000,
@@ -73,10 +61,9 @@ TEST(Comparators, SumTheSquaredDifferencesOfTheBetterOrientation)
     const AdvancedComparator advanced;
     for (const OutlineCase& c : cases) {
         const Template t = makeTemplate({.shape = c.straight, .shapeRotated = c.rotated});
-        analysis::Object object;
-        setShape(object, c.object);
+        const analysis::Object object = objectOf(c.object);
         for (const Comparator* comparator :
-             {static_cast<const Comparator*>(&stereo), static_cast<const Comparator*>(&advanced)}) {
+             std::initializer_list<const Comparator*>{&stereo, &advanced}) {
             SCOPED_TRACE(c.what);
             const ComparisonResult r = comparator->compare(object, t);
             EXPECT_EQ(r.error.raw(), c.error);
@@ -89,8 +76,7 @@ TEST(Comparators, SumTheSquaredDifferencesOfTheBetterOrientation)
 TEST(Comparators, MatchUpToTheMaximumErrorItself)
 {
     const Template t = makeTemplate({});
-    analysis::Object object;
-    setShape(object, descriptor({{1, 3, 4}}));
+    const analysis::Object object = objectOf(descriptor({{1, 3, 4}}));
     StereoComparator comparator;
     comparator.maxError = fp<32, 30>(25);
     EXPECT_TRUE(comparator.compare(object, t).match);
@@ -163,10 +149,7 @@ TEST(AdvancedComparator, ChecksTheHolesAsConfigured)
     const Template t = makeTemplate(threeHoles());
     for (const HoleCase& c : cases) {
         SCOPED_TRACE(c.what);
-        analysis::Object object;
-        for (const Hole& hole : c.holes) {
-            addHole(object, hole);
-        }
+        const analysis::Object object = objectOf({}, c.holes);
         AdvancedComparator comparator;
         c.adjust(comparator);
         const ComparisonResult r = comparator.compare(object, t);
@@ -220,18 +203,13 @@ TEST(AdvancedComparator, TakesTheRotationFromTheFirstShiftThatFits)
     comparator.anglesMaxDiff = fp<32, 15>(2); // gaps of equal size differ by their rounding
     for (const RotationCase& c : cases) {
         SCOPED_TRACE(c.what);
-        analysis::Object object;
-        setShape(object, descriptor({}, c.objectRotation));
-        for (const Hole& hole : c.holes) {
-            addHole(object, hole);
-        }
+        const analysis::Object object = objectOf(descriptor({}, c.objectRotation), c.holes);
         const ComparisonResult r = comparator.compare(object, t);
         EXPECT_TRUE(r.match);
         EXPECT_EQ(r.rotation.raw(), c.rotation);
     }
     comparator.compareAngles = false;
-    analysis::Object object;
-    setShape(object, descriptor({}, 300), {right, down, left});
+    const analysis::Object object = objectOf(descriptor({}, 300), {right, down, left});
     EXPECT_EQ(comparator.compare(object, t).rotation.raw(), 0) << "angles were not compared";
 }
 

@@ -27,28 +27,30 @@ namespace {
 using Encoder = io::serialization::BinaryEncoder<io::stream::MemoryOutputStream>;
 using Decoder = io::serialization::BinaryDecoder<io::stream::MemoryInputStream>;
 
-class Notifications : public util::Listener<ComparatorNotificationEvent>
+/// A database, and what it tells its listeners.
+class DatabaseTest : public testing::Test,
+                     public util::Listener<ComparatorNotificationEvent>,
+                     public util::Listener<BreakupEvent>
 {
-public:
-    void onEvent(ComparatorNotificationEvent& event) override
+protected:
+    DatabaseTest()
     {
-        advanced.push_back(event.advanced);
+        database.addListener(static_cast<util::Listener<ComparatorNotificationEvent>*>(this));
+        database.addListener(static_cast<util::Listener<BreakupEvent>*>(this));
     }
 
-    std::vector<bool> advanced;
-};
+    void onEvent(ComparatorNotificationEvent& event) override { heard.push_back(event.advanced); }
 
-class Results : public util::Listener<BreakupEvent>
-{
-public:
     void onEvent(BreakupEvent& event) override
     {
-        ++count;
+        ++results;
         last = event;
         matchings = *event.matchings;
     }
 
-    int count = 0;
+    Database database;
+    std::vector<bool> heard; ///< of comparators: whether advanced
+    int results = 0;
     BreakupEvent last;
     Matchings matchings;
 };
@@ -110,9 +112,8 @@ std::string replaced(std::string text, const std::string& from, const std::strin
     return text.replace(at, from.size(), to);
 }
 
-TEST(Database, RefusesTheThirtySecondTemplateButDecodesIt)
+TEST_F(DatabaseTest, RefusesTheThirtySecondTemplateButDecodesIt)
 {
-    Database database;
     for (int i = 0; i < 31; ++i) {
         EXPECT_TRUE(database.addTemplate(withID(i)));
     }
@@ -138,9 +139,8 @@ TEST(Database, RefusesTheThirtySecondTemplateButDecodesIt)
     EXPECT_EQ(database.numTemplates(), 32);
 }
 
-TEST(Database, FindsReplacesAndRemovesTemplates)
+TEST_F(DatabaseTest, FindsReplacesAndRemovesTemplates)
 {
-    Database database;
     EXPECT_EQ(database.createID(), 0);
     for (const int id : {7, 9, 8}) {
         database.addTemplate(withID(id));
@@ -168,31 +168,25 @@ TEST(Database, FindsReplacesAndRemovesTemplates)
     EXPECT_EQ(database.numTemplates(), 0);
 }
 
-TEST(Database, TellsOfAnotherComparatorAndOfNothingElse)
+TEST_F(DatabaseTest, TellsOfAnotherComparatorAndOfNothingElse)
 {
-    Database database;
-    Notifications heard;
-    database.addListener(&heard);
-
     comparators::AdvancedComparator settings;
     settings.maxError = fp<32, 30>(5);
     database.setComparator(settings);
     database.setConfig(configFor("Outer and inner contours"));
     EXPECT_EQ(database.comparator()->maxError.raw(), 5) << "the same one goes on";
-    EXPECT_TRUE(heard.advanced.empty());
+    EXPECT_TRUE(heard.empty());
 
     const DatabaseState before = database.state();
     database.setConfig(configFor("Outer contours"));
     EXPECT_EQ(database.comparator()->maxError.raw(), 10737418) << "a new one has its defaults";
     database.setState(before);
     EXPECT_EQ(database.comparator()->maxError.raw(), 5);
-    EXPECT_EQ(heard.advanced, (std::vector{false, true}));
-    database.removeListener(&heard);
+    EXPECT_EQ(heard, (std::vector{false, true}));
 }
 
-TEST(Database, ComparatorSettingsOfAnotherClassApplyAsFarAsShared)
+TEST_F(DatabaseTest, ComparatorSettingsOfAnotherClassApplyAsFarAsShared)
 {
-    Database database;
     comparators::StereoComparator stereo;
     stereo.maxError = fp<32, 30>(6);
     comparators::AdvancedComparator advanced;
@@ -206,13 +200,11 @@ TEST(Database, ComparatorSettingsOfAnotherClassApplyAsFarAsShared)
     EXPECT_TRUE(held->compareAngles);
 }
 
-class BothComparators : public testing::TestWithParam<const char*>
-{};
-
-TEST_P(BothComparators, EverythingStoredSurvivesBothCoders)
+void expectThatEverythingSurvivesBothCoders(const char* comparatorName)
 {
+    SCOPED_TRACE(comparatorName);
     Database original;
-    DatabaseConfiguration config = configFor(GetParam());
+    DatabaseConfiguration config = configFor(comparatorName);
     Transform transform;
     transform.flipAxes = true;
     transform.combinedMatrix.column2 = Complex<32, 15>::fromRaw(32768, 65536);
@@ -238,10 +230,13 @@ TEST_P(BothComparators, EverythingStoredSurvivesBothCoders)
     EXPECT_EQ(encoded(fromXML), encoded(original)) << "all values are short in decimal";
 }
 
-INSTANTIATE_TEST_SUITE_P(Database, BothComparators,
-                         testing::Values("Outer and inner contours", "Outer contours"));
+TEST(Database, IsStoredWithEitherComparator)
+{
+    expectThatEverythingSurvivesBothCoders("Outer and inner contours");
+    expectThatEverythingSurvivesBothCoders("Outer contours");
+}
 
-TEST(Database, AFailedDecodingChangesNothing)
+TEST_F(DatabaseTest, AFailedDecodingChangesNothing)
 {
     Database other;
     other.setConfig(configFor("Outer contours"));
@@ -249,9 +244,6 @@ TEST(Database, AFailedDecodingChangesNothing)
     const auto good = encoded(other);
     const std::string goodXML = xml(other);
 
-    Database database;
-    Notifications heard;
-    database.addListener(&heard);
     database.addTemplate(withID(99));
     const auto before = encoded(database);
 
@@ -270,42 +262,34 @@ TEST(Database, AFailedDecodingChangesNothing)
               }),
               "Element <CompareLengths> not found inside <Comparator>.");
     EXPECT_EQ(encoded(database), before);
-    EXPECT_TRUE(heard.advanced.empty());
+    EXPECT_TRUE(heard.empty());
 
     decode(database, good);
     EXPECT_EQ(encoded(database), good);
-    EXPECT_EQ(heard.advanced, std::vector{false});
-    database.removeListener(&heard);
+    EXPECT_EQ(heard, std::vector{false});
 }
 
-TEST(Database, MatchesEveryObjectOfAFrameAndPassesTheEventOn)
+TEST_F(DatabaseTest, MatchesEveryObjectOfAFrameAndPassesTheEventOn)
 {
-    Database database;
-    Results results;
-    database.addListener(&results);
     database.addTemplate(withID(5));
 
-    analysis::Object known;
-    analysis::Object unknown;
-    setShape(unknown, descriptor({{3, 20000, 0}}));
     analysis::Frame frame;
-    frame.setObject(0, unknown);
-    frame.setObject(1, known);
+    frame.setObject(0, objectOf(descriptor({{3, 20000, 0}})));
+    frame.setObject(1, {});
     analysis::FrameEvent event{.frame = &frame, .sourceId = 17};
     database.onEvent(event);
 
-    ASSERT_EQ(results.count, 1);
-    EXPECT_EQ(results.last.source, &database);
-    EXPECT_EQ(results.last.frame, &frame);
-    EXPECT_EQ(results.last.sourceId, 17);
-    ASSERT_EQ(results.matchings.count(), 2);
-    EXPECT_EQ(results.matchings[0].templateID, -1);
-    EXPECT_EQ(results.matchings[1].templateID, 5);
+    EXPECT_EQ(results, 1);
+    EXPECT_EQ(last.source, &database);
+    EXPECT_EQ(last.frame, &frame);
+    EXPECT_EQ(last.sourceId, 17);
+    ASSERT_EQ(matchings.count(), 2);
+    EXPECT_EQ(matchings[0].templateID, -1);
+    EXPECT_EQ(matchings[1].templateID, 5);
 
     frame.setObjectCount(0);
     database.onEvent(event);
-    EXPECT_EQ(results.matchings.count(), 0);
-    database.removeListener(&results);
+    EXPECT_EQ(matchings.count(), 0);
 }
 
 /// States whose configuration, comparator and templates belong together by one number.
@@ -319,15 +303,13 @@ DatabaseState stateOf(int number)
     return state;
 }
 
-TEST(Database, ChangesWhileFramesAreMatchedShowWholeStatesOnly)
+TEST_F(DatabaseTest, ChangesWhileFramesAreMatchedShowWholeStatesOnly)
 {
     // State 0 finds the object by its outline, state 1 misses it by its hole: a mixture would
     // report identity 1.
     logging::LogManager::globalInstance().setConfig({.logToConsole = false});
-    Database database;
     database.setState(stateOf(0));
-    analysis::Object object;
-    addHole(object, {.x = 100, .y = 100});
+    const analysis::Object object = objectOf({}, {Hole{100, 100}});
 
     std::atomic<bool> stop{false};
     std::thread changer([&] {

@@ -48,17 +48,18 @@ TEST(InnerContourMeasures, GapsLieAboveZeroAndReachOneTurn)
     }
 }
 
+/// One hole, and its angle or distance.
+struct Place
+{
+    const char* what;
+    std::int16_t x;
+    std::int16_t y;
+    int measure;
+};
+
 TEST(InnerContourMeasures, AnglesTruncateTowardsZeroAfterAddingHalf)
 {
-    struct AngleCase
-    {
-        const char* what;
-        std::int16_t x;
-        std::int16_t y;
-        int angle;
-    };
-
-    const AngleCase cases[] = {
+    constexpr Place cases[] = {
         {"to the right", 5000, 0, 0},
         {"the centre itself", 0, 0, 0},
         {"down: 51471.85 + 0.5", 0, 7, 51472},
@@ -70,49 +71,38 @@ TEST(InnerContourMeasures, AnglesTruncateTowardsZeroAfterAddingHalf)
         {"just below the axis to the left: -102942.7 + 0.5", -32768, -1, -102942},
         {"just above the axis: -1.00003 + 0.5", 32767, -1, 0},
     };
-    for (const AngleCase& c : cases) {
+    for (const Place& c : cases) {
         SCOPED_TRACE(c.what);
-        analysis::Object object;
-        addHole(object, {c.x, c.y});
+        const analysis::Object object = objectOf({}, {Hole{c.x, c.y}});
         std::vector<fp<32, 15>> angle(1);
         sortedAngles(object.innerContours(), angle);
-        EXPECT_EQ(angle[0].raw(), c.angle);
+        EXPECT_EQ(angle[0].raw(), c.measure);
     }
 }
 
 TEST(InnerContourMeasures, DistancesRoundToNearest)
 {
-    struct DistanceCase
-    {
-        const char* what;
-        std::int16_t x;
-        std::int16_t y;
-        int distance;
-    };
-
-    const DistanceCase cases[] = {
+    constexpr Place cases[] = {
         {"0.5", 8192, 0, 134217728},
         {"a triangle of 3, 4 and 5", -6144, 8192, 10240 * 16384},
         {"the root of 2 x 16384 is 23170.475", 1, 1, 23170},
         {"the root of 5 x 16384 is 36635.74", 2, 1, 36636},
         {"the farthest corner: the sum of squares takes all 32 bits", -32768, -32768, 759250125},
     };
-    for (const DistanceCase& c : cases) {
+    for (const Place& c : cases) {
         SCOPED_TRACE(c.what);
-        analysis::Object object;
-        addHole(object, {c.x, c.y});
+        const analysis::Object object = objectOf({}, {Hole{c.x, c.y}});
         std::vector<fp<32, 28>> distance(1);
         sortedDistances(object.innerContours(), distance);
-        EXPECT_EQ(distance[0].raw(), c.distance);
+        EXPECT_EQ(distance[0].raw(), c.measure);
     }
 }
 
 TEST(InnerContourMeasures, EachMeasureIsSortedByItself)
 {
-    analysis::Object object;
-    addHole(object, {.x = 0, .y = 4096, .length = 8000});   // second by angle
-    addHole(object, {.x = 0, .y = -2048, .length = 12000}); // first by angle
-    addHole(object, {.x = -1024, .y = 0, .length = 4000});  // third
+    // Second, first and third by angle.
+    const analysis::Object object =
+        objectOf({}, {{0, 4096, 8000}, {0, -2048, 12000}, {-1024, 0, 4000}});
     std::vector<fp<32, 15>> lengths(3);
     std::vector<fp<32, 28>> distances(3);
     std::vector<fp<32, 15>> angles(3);

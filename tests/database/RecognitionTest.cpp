@@ -41,14 +41,14 @@ Matching match(const DatabaseState& state, const analysis::Object& object, bool 
 
 Matching match(const DatabaseState& state, const analysis::FourierDescriptor& shape, bool found)
 {
-    analysis::Object object;
-    setShape(object, shape);
-    return match(state, object, found);
+    return match(state, objectOf(shape), found);
 }
 
-Transform::Matrix matrix(Complex<32, 15> column0, Complex<32, 15> column1, Complex<32, 15> column2)
+/// Column by column.
+Transform::Matrix matrix(int re0, int im0, int re1, int im1, int re2, int im2)
 {
-    return {column0, column1, column2};
+    using C = Complex<32, 15>;
+    return {C::fromRaw(re0, im0), C::fromRaw(re1, im1), C::fromRaw(re2, im2)};
 }
 
 TEST(Recognition, WithoutTemplatesTellsWhereTheObjectLies)
@@ -74,23 +74,21 @@ struct TransformCase
 
 TEST(Recognition, TransformsPositionAndRotation)
 {
-    using C = Complex<32, 15>;
     using P = Complex<32, 21>;
     const TransformCase cases[] = {
         {"scaled, sheared and moved: (10.25, -3.375); the x axis turns by 0.24498",
-         matrix(C::fromRaw(65536, 16384), C::fromRaw(-32768, 8192), C::fromRaw(327680, -98304)),
-         8192, -16384, 0, P::fromRaw(21495808, -7077888), -8027},
-        {"what is too small rounds down: -2^-30 and 2^-30",
-         matrix(C::fromRaw(1, 0), C::fromRaw(-1, 0), C()), -1, 0, 5, P::fromRaw(-1, 0), 5},
-        {"turned by a quarter, past -pi", matrix(C::fromRaw(0, 32768), C::fromRaw(-32768, 0), C()),
-         100, 200, -100000, P::fromRaw(12800, -6400), -100000 - HALF_PI + 205887},
-        {"turned by minus a quarter, past pi",
-         matrix(C::fromRaw(0, -32768), C::fromRaw(32768, 0), C()), 100, 200, 100000,
+         matrix(65536, 16384, -32768, 8192, 327680, -98304), 8192, -16384, 0,
+         P::fromRaw(21495808, -7077888), -8027},
+        {"what is too small rounds down: -2^-30 and 2^-30", matrix(1, 0, -1, 0, 0, 0), -1, 0, 5,
+         P::fromRaw(-1, 0), 5},
+        {"turned by a quarter, past -pi", matrix(0, 32768, -32768, 0, 0, 0), 100, 200, -100000,
+         P::fromRaw(12800, -6400), -100000 - HALF_PI + 205887},
+        {"turned by minus a quarter, past pi", matrix(0, -32768, 32768, 0, 0, 0), 100, 200, 100000,
          P::fromRaw(-12800, 6400), 100000 + 51471 - 205887},
-        {"pi itself stays", matrix(C::fromRaw(32768, 0), C(), C()), 0, 0, 102944, P(), 102944},
+        {"pi itself stays", matrix(32768, 0, 0, 0, 0, 0), 0, 0, 102944, P(), 102944},
         {"the widest factors still fit the sum, of which the low bits stay",
-         matrix(C::fromRaw(INT32_MIN, INT32_MIN), C(), C::fromRaw(INT32_MIN, 0)), -32768, -32768, 0,
-         P::fromRaw(0, 0), 77207},
+         matrix(INT32_MIN, INT32_MIN, 0, 0, INT32_MIN, 0), -32768, -32768, 0, P::fromRaw(0, 0),
+         77207},
     };
     for (const TransformCase& c : cases) {
         SCOPED_TRACE(c.what);
@@ -103,10 +101,8 @@ TEST(Recognition, TransformsPositionAndRotation)
 
 TEST(Recognition, ComparesNoClippedObjectAndKeepsItsOwnRotation)
 {
-    using C = Complex<32, 15>;
-    const auto turned = matrix(C::fromRaw(0, 32768), C::fromRaw(-32768, 0), C());
-    analysis::Object object;
-    setShape(object, descriptor({{0, 100, 200}}, 300));
+    const auto turned = matrix(0, 32768, -32768, 0, 0, 0);
+    analysis::Object object = objectOf(descriptor({{0, 100, 200}}, 300));
     object.setClipped(true);
     const Matching m = match(stateWith({{.id = 4}}, turned), object, false);
     EXPECT_EQ(m.templateID, -1);
@@ -159,9 +155,8 @@ TEST(Recognition, OneTemplateAloneIsSureOnlyOfAnExactMatch)
     EXPECT_EQ(far.templateID, -1);
     EXPECT_EQ(far.error.raw(), 2048) << "tells how far off";
 
-    analysis::Object holed;
-    setShape(holed, descriptor({}), {Hole{1, 1}});
-    EXPECT_EQ(match(state, holed, false).error.raw(), -1) << "the maximum, its low 16 bits";
+    EXPECT_EQ(match(state, objectOf({}, {Hole{1, 1}}), false).error.raw(), -1)
+        << "the maximum, its low 16 bits";
 }
 
 struct ConfidenceCase

@@ -6,10 +6,9 @@
 #include "io/serialization/BinaryEncoder.h"
 #include "io/stream/MemoryInputStream.h"
 #include "io/stream/MemoryOutputStream.h"
+#include "support/Points.h"
 
 #include <cstdint>
-#include <cstdlib>
-#include <initializer_list>
 #include <span>
 #include <vector>
 
@@ -30,22 +29,16 @@ struct Coefficient
     std::int16_t im;
 };
 
-inline analysis::FourierDescriptor::Frequencies
-frequencies(std::initializer_list<Coefficient> coefficients)
+inline analysis::FourierDescriptor descriptor(const std::vector<Coefficient>& coefficients,
+                                              int rotation = 0)
 {
     analysis::FourierDescriptor::Frequencies all{};
     for (const Coefficient& c : coefficients) {
         const int index = analysis::FourierDescriptor::CENTRE + c.frequency;
         all[static_cast<std::size_t>(index)] = Complex<16, 15>::fromRaw(c.re, c.im);
     }
-    return all;
-}
-
-inline analysis::FourierDescriptor descriptor(std::initializer_list<Coefficient> coefficients,
-                                              int rotation = 0)
-{
     analysis::FourierDescriptor d;
-    d.setFrequencies(frequencies(coefficients));
+    d.setFrequencies(all);
     d.rotate(fp<32, 15>(rotation), false);
     return d;
 }
@@ -53,20 +46,20 @@ inline analysis::FourierDescriptor descriptor(std::initializer_list<Coefficient>
 inline void addHole(analysis::Object& object, const Hole& hole)
 {
     // There and back: four times the raw fp<16, 14> distance is the length in fp<32, 15>.
-    std::vector<Complex<16, 14>> points(3);
-    points[1] = Complex<16, 14>::fromRaw(static_cast<std::int16_t>(hole.length / 4), 0);
     analysis::Polygon& polygon = object.addInnerContour()->polygon;
-    polygon.setPoints(points, true);
-    polygon.moveTo(Complex<16, 14>::fromRaw(hole.x, hole.y));
+    polygon = polygonOf({at(0, 0), at(hole.length / 4, 0), at(0, 0)});
+    polygon.moveTo(at(hole.x, hole.y));
 }
 
-inline void setShape(analysis::Object& object, const analysis::FourierDescriptor& shape,
-                     std::initializer_list<Hole> holes = {})
+inline analysis::Object objectOf(const analysis::FourierDescriptor& shape,
+                                 const std::vector<Hole>& holes = {})
 {
+    analysis::Object object;
     object.fourierDescriptor() = shape;
     for (const Hole& hole : holes) {
         addHole(object, hole);
     }
+    return object;
 }
 
 /// A template as a client could send it, with every compared value chosen by hand.

@@ -18,49 +18,40 @@ namespace {
 
 using Point = Complex<16, 14>;
 
-/// An L, whose two ways round differ, turned about (0.1, -0.2).
-std::vector<Point> turnedL(double radians)
-{
-    constexpr double CORNERS[][2] = {{-0.3, -0.2}, {0.1, -0.2}, {0.1, -0.1},
-                                     {-0.2, -0.1}, {-0.2, 0.2}, {-0.3, 0.2}};
-    std::vector<Point> points;
-    for (const auto& [x, y] : CORNERS) {
-        const double c = std::cos(radians);
-        const double s = std::sin(radians);
-        points.emplace_back(fp<16, 14>::fromDouble(0.1 + x * c - y * s),
-                            fp<16, 14>::fromDouble(-0.2 + x * s + y * c));
-    }
-    points.push_back(points.front());
-    return points;
-}
-
-void setOutline(analysis::Object& object, std::vector<Point> points)
-{
-    object.polygon().setPoints(points, true);
-    object.fourierDescriptor().load(object.polygon(), true, false);
-}
-
-/// A hole at a place given in the L's own axes.
-void addHoleToL(analysis::Object& object, double radians, double x, double y)
+/// A place given in the axes of a part that is turned about (0.1, -0.2).
+Point placed(double radians, double x, double y)
 {
     const double c = std::cos(radians);
     const double s = std::sin(radians);
-    const Point absolute(fp<16, 14>::fromDouble(0.1 + x * c - y * s),
-                         fp<16, 14>::fromDouble(-0.2 + x * s + y * c));
-    const Point relative = absolute - object.polygon().position();
-    addHole(object, {relative.re.raw(), relative.im.raw()});
+    return {fp<16, 14>::fromDouble(0.1 + x * c - y * s),
+            fp<16, 14>::fromDouble(-0.2 + x * s + y * c)};
+}
+
+/// An L, whose two ways round differ.
+std::vector<Point> turnedL(double radians)
+{
+    constexpr double CORNERS[][2] = {{-0.3, -0.2}, {0.1, -0.2}, {0.1, -0.1}, {-0.2, -0.1},
+                                     {-0.2, 0.2},  {-0.3, 0.2}, {-0.3, -0.2}};
+    std::vector<Point> points;
+    for (const auto& [x, y] : CORNERS) {
+        points.push_back(placed(radians, x, y));
+    }
+    return points;
+}
+
+analysis::Object objectL(double radians)
+{
+    analysis::Object object;
+    object.polygon() = polygonOf(turnedL(radians));
+    object.fourierDescriptor().load(object.polygon(), true, false);
+    return object;
 }
 
 TEST(Template, TeachingMeasuresTheHolesWhereTheyLieAfterTurning)
 {
     // An outline without length has rotation 0, and the turn by 0 takes 2^-15 off each coordinate
     // and rounds down.
-    analysis::Object object;
-    addHole(object, {.x = 8192, .y = 0, .length = 400});  // to (8191, 0)
-    addHole(object, {.x = 0, .y = -4096, .length = 800}); // to (0, -4096)
-    addHole(object, {.x = -1024, .y = 0, .length = 200}); // to (-1024, 0)
-    const Template t(7, object);
-
+    const Template t(7, objectOf({}, {{8192, 0, 400}, {0, -4096, 800}, {-1024, 0, 200}}));
     EXPECT_EQ(t.id, 7);
     EXPECT_EQ(t.height.raw(), 327680);
     ASSERT_EQ(t.innerContourCount(), 3);
@@ -79,45 +70,38 @@ TEST(Template, IsTheSameHoweverTheObjectLayWhenTaught)
 {
     // The estimate is defined modulo pi, so turns of less than a quarter stay on one side.
     const auto teach = [](double radians) {
-        analysis::Object object;
-        setOutline(object, turnedL(radians));
-        addHoleToL(object, radians, -0.25, -0.15);
-        addHoleToL(object, radians, 0.05, -0.15);
+        analysis::Object object = objectL(radians);
+        for (const double x : {-0.25, 0.05}) {
+            const Point hole = placed(radians, x, -0.15) - object.polygon().position();
+            addHole(object, {hole.re.raw(), hole.im.raw()});
+        }
         return Template(1, object);
     };
     const Template straight = teach(0);
     const Template turned = teach(0.3);
-    const auto near = [](int expected) {
-        return testing::AllOf(testing::Ge(expected - 150), testing::Le(expected + 150));
+    const auto expectNear = [](Point a, Point b) {
+        EXPECT_NEAR(a.re.raw(), b.re.raw(), 150);
+        EXPECT_NEAR(a.im.raw(), b.im.raw(), 150);
     };
-
     const int turn =
         turned.fourierDescriptor().rotation().raw() - straight.fourierDescriptor().rotation().raw();
-    EXPECT_THAT(turn, near(9830)); // 0.3 rad
-    for (int i = 0; i < 7; ++i) {
-        const auto a = turned.polygon().points()[static_cast<std::size_t>(i)];
-        const auto b = straight.polygon().points()[static_cast<std::size_t>(i)];
-        EXPECT_THAT(a.re.raw(), near(b.re.raw()));
-        EXPECT_THAT(a.im.raw(), near(b.im.raw()));
+    EXPECT_NEAR(turn, 9830, 150); // 0.3 rad
+    for (std::size_t i = 0; i < 7; ++i) {
+        expectNear(turned.polygon().points()[i], straight.polygon().points()[i]);
     }
     for (std::size_t i = 0; i < 2; ++i) {
-        const auto a = turned.innerContours()[i].polygon.position();
-        const auto b = straight.innerContours()[i].polygon.position();
-        EXPECT_THAT(a.re.raw(), near(b.re.raw()));
-        EXPECT_THAT(a.im.raw(), near(b.im.raw()));
+        expectNear(turned.innerContours()[i].polygon.position(),
+                   straight.innerContours()[i].polygon.position());
     }
-    EXPECT_THAT(turned.firstInnerContourAngle().raw(),
-                near(straight.firstInnerContourAngle().raw()));
+    EXPECT_NEAR(turned.firstInnerContourAngle().raw(), straight.firstInnerContourAngle().raw(),
+                150);
 }
 
 TEST(Template, RotatedDescriptorIsThatOfTheObjectTurnedByPi)
 {
     constexpr double PI = 3.14159265358979;
-    analysis::Object object;
-    setOutline(object, turnedL(0));
-    const Template t(1, object);
-    analysis::Object upsideDown;
-    setOutline(upsideDown, turnedL(PI));
+    const Template t(1, objectL(0));
+    const analysis::Object upsideDown = objectL(PI);
     // Both estimate the same rotation; what differs is which way round the coefficients lie.
     const auto& found = upsideDown.fourierDescriptor().frequencies();
     int toStraight = 0;
