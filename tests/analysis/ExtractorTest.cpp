@@ -46,10 +46,10 @@ std::string pixels(std::span<const Point> points, const image::Image& picture)
     return result;
 }
 
-std::vector<Contour> contoursOf(image::Image picture, const ROI& roi = {})
+std::vector<Contour> contoursOf(image::Image picture)
 {
     SoftwarePolygonExtractor extractor;
-    extractor.begin(picture, roi, EVERY_CORNER);
+    extractor.begin(picture, {}, EVERY_CORNER);
     std::vector<Contour> result;
     std::array<Point, 64> points{};
     while (extractor.hasNext()) {
@@ -125,18 +125,6 @@ TEST(Extractor, FindsAHoleFromThePixelAboveIt)
               expected);
 }
 
-TEST(Extractor, KeepsImageCoordinatesWithinARegion)
-{
-    const image::Image picture = test::drawn(
-        {"................", "....########....", "....########....", "....########....",
-         "....########....", "....########....", "....########....", "................"});
-    // The region's own frame is cleared: columns 5 and 9, rows 2 and 6.
-    EXPECT_EQ(contoursOf(picture, ROI(5, 2, 5, 5)),
-              (std::vector<Contour>{{false, "6,3 8,3 8,5 6,5 6,3"}}));
-    EXPECT_EQ(contoursOf(picture, ROI(10, 3, 100, 100)),
-              (std::vector<Contour>{{false, "11,4 11,4"}})); // clipped to the image
-}
-
 TEST(Extractor, TakesNothingWithoutRoomOrOutsideAScan)
 {
     image::Image picture = test::drawn({"........", "...#....", "........"});
@@ -167,45 +155,6 @@ TEST(Extractor, ClearsAPictureThatIsNothingButEdge)
         extractor.begin(picture, {}, EVERY_CORNER);
         EXPECT_FALSE(extractor.hasNext());
         EXPECT_TRUE(std::ranges::all_of(picture.bytes(), [](std::uint8_t p) { return p == 0; }));
-    }
-}
-
-struct Runs
-{
-    const char* what;
-    std::uint8_t first;
-    std::uint16_t firstLength;
-    std::uint8_t second;
-    std::uint16_t secondLength;
-    bool straight;
-};
-
-TEST(PolygonBuilder, MergesTwoRunsOfAStraightLine)
-{
-    constexpr Runs cases[] = {
-        {"one step, then any number", 0, 1, 1, 40, true},
-        {"two, then three", 0, 2, 1, 3, true},
-        {"two, then four", 0, 2, 1, 4, false},
-        {"three, then two", 0, 3, 1, 2, true},
-        {"three, then three", 0, 3, 1, 3, false},
-        {"four, then one", 0, 4, 1, 1, true},
-        {"four, then two", 0, 4, 1, 2, false},
-        {"any number, then one", 0, 40, 1, 1, true},
-        {"the other way", 3, 1, 2, 9, true},
-        {"from the last direction to the first", 7, 1, 0, 5, true},
-        {"from the first direction to the last", 0, 1, 7, 5, true},
-        {"a quarter turn", 0, 1, 2, 1, false},
-        {"a quarter turn across the first direction", 1, 1, 7, 1, false},
-        {"three eighths", 1, 1, 6, 1, false},
-    };
-    for (const Runs& c : cases) {
-        SCOPED_TRACE(c.what);
-        const PixelGrid grid(640, 480);
-        std::array<Point, 8> points{};
-        processors::PolygonBuilderRecursive builder(grid, Point::ZERO, points, EVERY_CORNER);
-        builder.add(c.first, c.firstLength);
-        builder.add(c.second, c.secondLength);
-        EXPECT_EQ(builder.finish(), c.straight ? 2 : 3);
     }
 }
 

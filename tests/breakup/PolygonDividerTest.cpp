@@ -206,20 +206,6 @@ TEST_F(PolygonDividerTest, CutsInThreeAtNestedCuts)
     EXPECT_EQ(outlineOf(2), pick(THREE_BLOBS, {5, 6, 7, 8, 9, 10}));
 }
 
-TEST_F(PolygonDividerTest, MeasuresThePartsAnew)
-{
-    addObject(TWO_BLOBS, NONE);
-    divide();
-    const analysis::Polygon expected = polygonOf(pick(TWO_BLOBS, {2, 3, 4, 5, 6, 7}));
-    const analysis::Polygon& part = frame.object(1).polygon();
-    EXPECT_EQ(part.length(), expected.length());
-    // The centroid is taken around the undivided object's centre, so it may round differently.
-    EXPECT_NEAR(part.position().re.raw(), expected.position().re.raw(), 1);
-    EXPECT_NEAR(part.position().im.raw(), expected.position().im.raw(), 1);
-    EXPECT_EQ(part.right() + part.position().re, atGrid({22, 0}).re);
-    EXPECT_EQ(frame.object(1).fourierDescriptor().rotation().raw(), 0) << "described later";
-}
-
 TEST_F(PolygonDividerTest, RebuildsUnrecognizedObjectsWithoutACutWhole)
 {
     addObject(SQUARE, NONE);

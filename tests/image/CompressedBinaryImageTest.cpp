@@ -17,18 +17,6 @@ std::vector<std::uint32_t> wordsOf(const CompressedBinaryImage& packed)
     return {packed.words().begin(), packed.words().end()};
 }
 
-TEST(CompressedBinaryImage, TakesEveryByteButZeroForForeground)
-{
-    Image picture(256, 1);
-    for (int i = 0; i < 256; ++i) {
-        picture.data()[i] = static_cast<std::uint8_t>(i);
-    }
-    CompressedBinaryImage packed;
-    packed.load(picture);
-    EXPECT_EQ(wordsOf(packed),
-              (std::vector<std::uint32_t>{0xFFFFFFFE, ~0U, ~0U, ~0U, ~0U, ~0U, ~0U, ~0U}));
-}
-
 TEST(CompressedBinaryImage, PacksRegionsOfAnyWidthAndPlace)
 {
     std::mt19937 random(1);

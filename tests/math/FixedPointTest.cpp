@@ -48,11 +48,6 @@ TEST(FixedPoint, RoundsDoublesByTruncationOfHalfMore)
     EXPECT_EQ((fp<32, 28>::fromDouble(1.4142135).raw()), 379625046);
 }
 
-TEST(FixedPoint, TwoPiIsNotTwicePi)
-{
-    EXPECT_EQ((fp<32, 15>::PI2.raw()), (fp<32, 15>::PI.raw()) * 2 - 1);
-}
-
 TEST(ComplexNumber, CarriesNothingBetweenItsParts)
 {
     const auto sum = Complex<16, 14>::fromRaw(32767, 5) + Complex<16, 14>::fromRaw(1, -1);

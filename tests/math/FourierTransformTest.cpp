@@ -176,15 +176,6 @@ TEST(FourierExact, MatchesTheClosedFormOfASquare)
     }
 }
 
-TEST(Fourier, PutsTheWidenedCentreInTheMiddle)
-{
-    Coefficients exact;
-    Fourier_Forward_NonEquidistant_Exact(SQUARE, point(100, -16384), exact);
-    const auto expected = Coefficient::fromRaw(200, -32768);
-    EXPECT_EQ(exact[7], expected);
-    EXPECT_EQ(fastTransform(SQUARE, point(100, -16384), 131072)[7], expected);
-}
-
 TEST(Fourier, DegenerateOutlinesAreDefined)
 {
     const std::vector<Point> spot{point(3, 3), point(3, 3), point(3, 3)};
