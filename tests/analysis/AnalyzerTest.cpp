@@ -7,10 +7,10 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
+#include <array>
 #include <cstdint>
 #include <memory>
-#include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 

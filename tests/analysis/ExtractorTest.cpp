@@ -1,4 +1,3 @@
-#include "analysis/extraction/PolygonExtractorFactory.h"
 #include "analysis/extraction/chaincode/SoftwarePolygonExtractor.h"
 #include "analysis/extraction/chaincode/processors/PolygonBuilderRecursive.h"
 #include "support/Pictures.h"
@@ -9,7 +8,6 @@
 #include <array>
 #include <span>
 #include <string>
-#include <string_view>
 #include <vector>
 
 namespace tarvik::analysis::extraction::chaincode {

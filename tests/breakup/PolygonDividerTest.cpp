@@ -13,7 +13,6 @@
 #include <algorithm>
 #include <initializer_list>
 #include <string>
-#include <vector>
 
 using namespace tarvik;
 using namespace tarvik::breakup;

@@ -6,13 +6,10 @@
 
 #include <gmock/gmock.h>
 
-#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
 #include <random>
-#include <string>
-#include <string_view>
 #include <vector>
 
 namespace tarvik::image {

@@ -9,8 +9,6 @@
 #include "support/TemporaryFolder.h"
 #include "support/Thrown.h"
 
-#include <gtest/gtest.h>
-
 #include <gmock/gmock.h>
 
 namespace tarvik::lab {

@@ -7,8 +7,6 @@
 #include "support/Thrown.h"
 #include "teaching/PictureAnalysis.h"
 
-#include <gtest/gtest.h>
-
 #include <gmock/gmock.h>
 
 #include <cmath>

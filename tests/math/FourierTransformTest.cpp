@@ -9,9 +9,7 @@
 #include <cmath>
 #include <complex>
 #include <cstdint>
-#include <cstdlib>
 #include <random>
-#include <string>
 #include <vector>
 
 namespace tarvik {

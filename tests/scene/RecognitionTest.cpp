@@ -6,7 +6,6 @@
 #include <cstdint>
 #include <cstdio>
 #include <optional>
-#include <vector>
 
 namespace tarvik::test {
 namespace {
