@@ -64,6 +64,12 @@ protected:
         return config.replace(found, text.size(), replacement);
     }
 
+    /// No images come: nothing but answers is sent.
+    void keepCameraQuiet()
+    {
+        writeFile(configPath(), configWith("<Camera>", "<TriggerMode>0<", "<TriggerMode>1<"));
+    }
+
     /// Starts a server, with a default file unless the test has written one.
     com::server::Server& start()
     {

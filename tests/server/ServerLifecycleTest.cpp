@@ -61,23 +61,6 @@ TEST_F(ServerLifecycleTest, StartsAndStopsInTheDocumentedOrder)
                        }));
 }
 
-TEST_F(ServerLifecycleTest, StopsThoughEverybodyWaits)
-{
-    test::writeFile(configPath(), configWith("<Camera>", "<TriggerMode>0<", "<TriggerMode>1<"));
-    start();
-    const auto desk = this->desk(1);
-    desk->sendHex("D6 F0 4A"); // half a message id
-    const auto lab = this->lab();
-    lab->sendHex("3E F3 CF 58 01 00 00 80 02 E0 01"); // a picture without its pixels
-    ASSERT_TRUE(test::eventually([this] { return _server->telnet().localPort() != 0; }));
-    test::Peer telnet(_server->telnet().localPort());
-    telnet.send("RV O1\r\n");
-    ASSERT_TRUE(_log.saw("Telnet (FINE): Request: 'RV O1'"));
-    stop();
-    EXPECT_TRUE(desk->hungUp());
-    EXPECT_TRUE(lab->hungUp());
-}
-
 TEST_F(ServerLifecycleTest, StopsFromItsOwnThreadAsWell)
 {
     class Stopper : public util::Listener<logging::LogEvent>

@@ -14,15 +14,6 @@ using test::Peer;
 class TarvikLabServerTest : public test::ServerFixture
 {
 protected:
-    static constexpr std::size_t PIXELS = 640 * 480;
-
-    /// A black picture of the sensor's size for SetCameraSource.
-    static void sendPicture(Peer& peer)
-    {
-        peer.sendHex("3E F3 CF 58 01 00 00 80 02 E0 01");
-        peer.send(std::vector<std::byte>(PIXELS));
-    }
-
     /// The id of the next message that is not a sign of life.
     static std::string nextId(Peer& peer)
     {
@@ -52,26 +43,9 @@ protected:
     }
 };
 
-TEST_F(TarvikLabServerTest, AnswersATestImageOnceWithItsOwnResult)
-{
-    Server& server = start();
-    const auto peer = lab();
-    peer->sendHex("E0 EC 56 54 01 00 00 00"); // the original image
-    sendPicture(*peer);
-    EXPECT_EQ(nextId(*peer), "60 38 0D F3");
-    EXPECT_EQ(peer->receiveHex(11), "01 00 00 00 01 00 00 80 02 E0 01")
-        << "the new settings act with the test image";
-    EXPECT_EQ(peer->receive(PIXELS), std::vector<std::byte>(PIXELS)) << "ours, not the sensor's";
-    EXPECT_TRUE(test::eventually([&] { return server.camera().sourceOverridden(); }));
-    EXPECT_TRUE(overridden(*peer)) << "and no second Stream before this answer";
-    peer->sendHex("D7 27 79 78");
-    EXPECT_TRUE(test::eventually([&] { return !server.camera().sourceOverridden(); }));
-    EXPECT_FALSE(overridden(*peer));
-}
-
 TEST_F(TarvikLabServerTest, SendsTheFirstResultOfTheLastImageOnly)
 {
-    test::writeFile(configPath(), configWith("<Camera>", "<TriggerMode>0<", "<TriggerMode>1<"));
+    keepCameraQuiet();
     Server& server = start();
     const auto peer = lab();
 
@@ -104,7 +78,7 @@ TEST_F(TarvikLabServerTest, SendsTheFirstResultOfTheLastImageOnly)
 
 TEST_F(TarvikLabServerTest, ForgetsTheAwaitedImageWithItsClient)
 {
-    test::writeFile(configPath(), configWith("<Camera>", "<TriggerMode>0<", "<TriggerMode>1<"));
+    keepCameraQuiet();
     Server& server = start();
     auto first = lab();
     first->sendHex("E0 EC 56 54 01 01 01 01");
@@ -125,7 +99,7 @@ TEST_F(TarvikLabServerTest, ForgetsTheAwaitedImageWithItsClient)
 
 TEST_F(TarvikLabServerTest, SendsSignsOfLifeAndLogEntries)
 {
-    test::writeFile(configPath(), configWith("<Camera>", "<TriggerMode>0<", "<TriggerMode>1<"));
+    keepCameraQuiet();
     Server& server = start();
     const auto peer = lab();
     ConnectionTester::Tick tick;
@@ -146,21 +120,6 @@ TEST_F(TarvikLabServerTest, RefusesAPictureThatIsTooLarge)
     EXPECT_TRUE(_log.saw("TarvikLab Server (WARNING): Lost connection to TarvikLab. Invalid count "
                          "in <Image size in bytes>: 12884508675. Allowed: 0 to 12582912."));
     EXPECT_FALSE(overridden(*lab()));
-}
-
-TEST_F(TarvikLabServerTest, LivesOnWithoutAPictureThatDoesNotFit)
-{
-    start();
-    const auto peer = lab();
-    peer->sendHex("3E F3 CF 58 01 00 00 01 00 01 00 FF"); // one pixel
-    const auto refused = [](const std::string& line) {
-        return line.starts_with("Camera (WARNING): Could not override image source: ");
-    };
-    EXPECT_TRUE(test::eventually([&] {
-        const auto lines = _log.lines();
-        return std::any_of(lines.begin(), lines.end(), refused);
-    }));
-    EXPECT_FALSE(overridden(*peer));
 }
 
 } // namespace

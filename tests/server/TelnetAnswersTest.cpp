@@ -1,6 +1,6 @@
 #include "server/TelnetAnswers.h"
 
-#include "database/Matchings.h"
+#include "Results.h"
 
 #include <gtest/gtest.h>
 
@@ -12,14 +12,7 @@
 namespace tarvik::com::server::telnet {
 namespace {
 
-database::Matching matching(std::int16_t id, std::int32_t x, std::int32_t y, std::int32_t rotation)
-{
-    database::Matching result;
-    result.templateID = id;
-    result.position = Complex<32, 21>::fromRaw(x, y);
-    result.rotation = fp<32, 15>(rotation);
-    return result;
-}
+using test::matching;
 
 double doubleAt(std::span<const std::byte> bytes, std::size_t offset)
 {
@@ -77,10 +70,8 @@ TEST(TelnetAnswers, ReadAtMostTwoCharactersOfAnObjectNumber)
 
 TEST(TelnetAnswers, PutObjectsIntoTheBinaryRecord)
 {
-    database::Matchings matchings;
-    matchings.setCount(2);
-    matchings.matchings()[0] = matching(3, 1 << 21, -(1 << 20), 102944);
-    matchings.matchings()[1] = matching(-1, 0, 0, 0);
+    const auto matchings =
+        test::matchings({matching(3, 1 << 21, -(1 << 20), 102944), matching(-1)});
     AnswerBuffer answer;
     appendResultRecord(answer, matchings);
 
@@ -108,12 +99,6 @@ TEST(TelnetAnswers, ReportNoMoreThanSixteenObjectsInTheRecord)
     EXPECT_EQ(bytes[8], std::byte{658 & 0xFF});
     EXPECT_EQ(bytes[9], std::byte{658 >> 8});
     EXPECT_EQ(bytes[12], std::byte{16});
-}
-
-TEST(TelnetAnswers, NameTheVersion)
-{
-    EXPECT_EQ(version(), "Tarvik 1.7.0 Build 20111227 - Festo compatibility string: "
-                         "\"Version: 3.5\"");
 }
 
 } // namespace

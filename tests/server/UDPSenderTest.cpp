@@ -3,9 +3,7 @@
 #include "Results.h"
 #include "chain/Events.h"
 #include "database/Database.h"
-#include "io/IOException.h"
 #include "support/Hex.h"
-#include "support/Thrown.h"
 
 #include <gtest/gtest.h>
 
@@ -94,15 +92,6 @@ TEST_F(UDPSenderTest, KeepsSilentUnlessAsked)
     _sender.close();
     autoSend({}); // closed: nothing either
     EXPECT_EQ(_receiver.bytesAvailable(), 0U);
-}
-
-TEST_F(UDPSenderTest, RefusesAnAddressThatIsNone)
-{
-    UDPSender sender(_database);
-    sender.setConfig({.autoDistribute = true, .destinationPort = 1, .destinationAddress = "robot"});
-    EXPECT_EQ(test::thrown<io::IOException>([&] { sender.init(0); }).substr(0, 19),
-              "Invalid IP address.");
-    EXPECT_FALSE(sender.isOpen());
 }
 
 } // namespace
