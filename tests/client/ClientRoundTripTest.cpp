@@ -1,12 +1,9 @@
 #include "client/ControlClient.h"
 #include "client/LabClient.h"
 #include "database/comparators/AdvancedComparator.h"
-#include "database/comparators/StereoComparator.h"
 #include "lab/Parts.h"
-#include "ocamera/simulated/Faults.h"
-#include "server/Server.h"
-#include "support/Eventually.h"
-#include "support/TemporaryFolder.h"
+#include "server/ServerFixture.h"
+#include "stress/soak/NumberedPicture.h"
 
 #include <gtest/gtest.h>
 
@@ -14,11 +11,6 @@
 
 #include <algorithm>
 #include <atomic>
-#include <cmath>
-#include <cstddef>
-#include <cstdint>
-#include <cstdlib>
-#include <filesystem>
 #include <memory>
 #include <optional>
 
@@ -27,47 +19,23 @@ namespace {
 
 using testing::HasSubstr;
 
-/// Both clients against the real server on free ports, with the simulated sensor.
-class ClientRoundTripTest : public testing::Test
+/// Both clients against the real server.
+class ClientRoundTripTest : public test::ServerFixture
 {
 protected:
     ClientRoundTripTest()
     {
-        ::setenv("OCAMERA_FPS", "100", 1);
-        OCamera::simulated::resetSimulation();
-        options.directory = folder.path().string();
-        options.bindAddress = "127.0.0.1";
-        options.controlPort = 0;
-        options.labPort = 0;
-        options.udpPort = 0;
-        options.setClock = [this](const timeval& time) {
-            clock = time.tv_sec;
-            return 0;
-        };
-        server = std::make_unique<com::server::Server>(options);
-        server->telnet().setConfig({.port = 0, .timeout = 0});
-        server->start();
+        start();
         EXPECT_TRUE(test::eventually(
-            [this] { return server->controlPort() != 0 && server->lab().localPort() != 0; }));
-        control = std::make_unique<ControlClient>("127.0.0.1", server->controlPort());
-        lab = std::make_unique<LabClient>("localhost", server->lab().localPort());
+            [this] { return _server->controlPort() != 0 && _server->lab().localPort() != 0; }));
+        control = std::make_unique<ControlClient>("127.0.0.1", _server->controlPort());
+        lab = std::make_unique<LabClient>("localhost", _server->lab().localPort());
     }
 
-    ~ClientRoundTripTest() override
-    {
-        control->disconnect();
-        lab->disconnect();
-        server->stop();
-    }
-
-    test::TemporaryFolder folder;
-    com::server::ServerOptions options;
-    std::atomic<std::time_t> clock{0};
-    const sys::DateTime springDay{.day = 17, .month = 5, .year = 2020};
     /// Converted before the server's threads do such things: the C library's lock is one that the
     /// thread sanitizer does not see.
+    const sys::DateTime springDay{.day = 17, .month = 5, .year = 2020};
     const std::optional<std::time_t> springDaySeconds = springDay.toEpochSeconds();
-    std::unique_ptr<com::server::Server> server;
     std::unique_ptr<ControlClient> control;
     std::unique_ptr<LabClient> lab;
 };
@@ -92,11 +60,6 @@ TEST_F(ClientRoundTripTest, SetsAndGetsEveryConfiguration)
     camera.thresholdLow = 77;
     control->setCameraConfig(camera);
     EXPECT_TRUE(test::eventually([&] { return control->cameraConfig() == camera; }));
-
-    database::DatabaseConfiguration database;
-    database.setComparatorImpl(database::ComparatorFactory::instance().find("Outer contours"));
-    control->setDatabaseConfig(database);
-    EXPECT_EQ(control->database().config(), database);
 }
 
 TEST_F(ClientRoundTripTest, ComparatorTravelsAsTheClassInUse)
@@ -113,11 +76,19 @@ TEST_F(ClientRoundTripTest, ComparatorTravelsAsTheClassInUse)
     EXPECT_TRUE(stored->compareAngles);
     EXPECT_EQ(stored->maxError, advanced.maxError);
 
-    // Settings of another class: what the two share.
-    database::comparators::StereoComparator stereo;
-    stereo.maxError = fp<32, 30>(777);
-    control->setComparator(stereo);
-    EXPECT_EQ(control->database().comparator()->maxError, stereo.maxError);
+    database::DatabaseConfiguration other;
+    other.setComparatorImpl(database::ComparatorFactory::instance().find("Outer contours"));
+    control->setDatabaseConfig(other);
+    control->setComparator(advanced); // only what the two share
+    EXPECT_EQ(control->database().config(), other);
+    EXPECT_EQ(control->database().comparator()->maxError, advanced.maxError);
+    control->disconnect();
+
+    const auto peer = desk();
+    peer->sendHex("CD 01 76 20 00 00 00 10"); // SetDatabaseComparator with the common field alone
+    peer->sendHex("9A 3C C0 E6");             // GetBreakupConfig
+    EXPECT_EQ(peer->receiveHex(4), "9A 3C C0 E6");
+    EXPECT_EQ(_server->database().state().comparator()->maxError.raw(), 1 << 28);
 }
 
 TEST_F(ClientRoundTripTest, StreamsResultsAndLogs)
@@ -141,6 +112,7 @@ TEST_F(ClientRoundTripTest, StreamsResultsAndLogs)
     EXPECT_TRUE(std::ranges::any_of(logs.logs, [](const auto& l) { return l.name == "Server"; }));
     control->setAnalyzerConfig(control->analyzerConfig());
     EXPECT_TRUE(test::eventually([&] { return entries > 0; }));
+    control->disconnect();
 }
 
 TEST_F(ClientRoundTripTest, ClockSavingAndTheEnd)
@@ -148,11 +120,13 @@ TEST_F(ClientRoundTripTest, ClockSavingAndTheEnd)
     control->connect();
     control->testConnection();
     control->setSystemTime(springDay);
-    EXPECT_TRUE(test::eventually([&] { return clock == springDaySeconds; }));
+    ASSERT_TRUE(_log.saw("Server (FINE): System time set successfully."));
+    EXPECT_EQ(_clock.tv_sec, springDaySeconds);
     control->sync();
-    EXPECT_TRUE(test::eventually([&] { return std::filesystem::exists(folder / "config.xml"); }));
+    EXPECT_TRUE(_log.saw("Server (INFO): Config saved."));
     control->shutdown();
-    EXPECT_TRUE(server->stopRequest().wait(20000));
+    EXPECT_TRUE(_server->stopRequest().wait(20000));
+    EXPECT_TRUE(_server->running()) << "stopping is the main thread's";
 }
 
 TEST_F(ClientRoundTripTest, LabGetsTheResultOfItsOwnImage)
@@ -174,37 +148,16 @@ TEST_F(ClientRoundTripTest, LabGetsTheResultOfItsOwnImage)
     EXPECT_TRUE(test::eventually([&] { return !lab->sourceOverridden(); }));
 }
 
-/// A picture that carries its number below the threshold in its first pixel, and in where its disc
-/// lies.
-image::Image numberedPicture(int number)
-{
-    image::Image picture = test::emptyPicture();
-    picture.data()[0] = static_cast<std::uint8_t>(number);
-    test::drawDisc(picture, {120.0 + 3 * number, 240, 0});
-    return picture;
-}
-
 /// Whether original and binarized image, frame and matchings are all of one numbered picture.
 bool belongTogether(const com::StreamContents& result)
 {
-    constexpr std::size_t row = std::size_t{240} * 640;
-    const int x = 120 + 3 * result.originalImage.data()[0];
-    const auto isDisc = [&result](int column) {
-        const std::size_t pixel = row + static_cast<std::size_t>(column);
-        return result.originalImage.data()[pixel] == 220 && result.binaryImage.data()[pixel] != 0;
-    };
-    const auto binary = [&result](int column) {
-        return result.binaryImage.data()[row + static_cast<std::size_t>(column)] != 0;
-    };
-    if (!isDisc(x - 38) || !isDisc(x + 38) || binary(x - 42) || binary(x + 42) ||
-        result.frame.objectCount() != 1 || result.matchings.count() != 1) {
-        return false;
-    }
-    const double pixel = 1.0 / 320;
-    const double expected = (x - 320) * pixel;
-    const double inFrame = result.frame.object(0).polygon().position().re.toDouble();
-    const double matched = result.matchings[0].position.re.toDouble();
-    return std::abs(inFrame - expected) < pixel && std::abs(matched - expected) < pixel;
+    const auto number = soak::numberOf(result.originalImage);
+    const image::Image& binary = result.binaryImage;
+    return number && soak::numberOf(binary) == number &&
+           soak::numberOf(result.frame, binary.width(), binary.height()) == number &&
+           result.matchings.count() == result.frame.objectCount() &&
+           result.matchings[0].position.re.toDouble() ==
+               result.frame.object(0).polygon().position().re.toDouble();
 }
 
 TEST_F(ClientRoundTripTest, PartsOfAStreamBelongToOneImage)
@@ -214,22 +167,21 @@ TEST_F(ClientRoundTripTest, PartsOfAStreamBelongToOneImage)
     std::atomic<int> torn{0};
     control->onResult([&](const ControlClient::Result& result) {
         // The sensor's own images at the beginning carry no number.
-        if (result->settings == everything && result->originalImage.data()[1] == 40) {
+        if (result->settings == everything && soak::numberOf(result->originalImage)) {
             ++streamed;
             torn += belongTogether(*result) ? 0 : 1;
         }
     });
     lab->connect();
     lab->setStreaming(everything);
-    static_cast<void>(lab->analyze(numberedPicture(0)));
     control->connect();
     control->setStreaming(everything);
-    for (int i = 0; i < 128 || streamed < 256; ++i) {
-        const int number = i % 128;
-        const auto result = lab->analyze(numberedPicture(number));
-        ASSERT_EQ(result->originalImage.data()[0], number) << "another picture's result";
+    for (soak::PictureNumber number = 0; number < 128 || streamed < 256; ++number) {
+        const auto result = lab->analyze(soak::numberedPicture(number, 640, 480, false));
+        ASSERT_EQ(soak::numberOf(result->originalImage), number) << "another picture's result";
         ASSERT_TRUE(belongTogether(*result)) << number;
     }
+    control->disconnect();
     EXPECT_EQ(torn, 0) << "of " << streamed;
 }
 
