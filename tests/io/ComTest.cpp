@@ -79,6 +79,19 @@ public:
     }
 };
 
+/// Connects the client, a channel or a raw socket, and greets it.
+template <class Client>
+void join(Com& server, Client& client)
+{
+    server.open();
+    server.bind("127.0.0.1", 0);
+    server.listen();
+    client.open();
+    client.connect("127.0.0.1", server.localPort());
+    server.accept();
+    server.sendGreeting({1, 7, 0, 20111227, 752, 480});
+}
+
 /// A server channel and the raw socket of its client.
 struct Peers
 {
@@ -86,13 +99,7 @@ struct Peers
 
     void connect()
     {
-        server.open();
-        server.bind("127.0.0.1", 0);
-        server.listen();
-        raw.open();
-        raw.connect("127.0.0.1", server.localPort());
-        server.accept();
-        server.sendGreeting({1, 7, 0, 20111227, 752, 480});
+        join(server, raw);
         EXPECT_EQ(read(24),
                   "01 00 00 00 07 00 00 00 00 00 00 00 7B DF 32 01 F0 02 00 00 E0 01 00 00");
     }
@@ -115,13 +122,7 @@ struct Channels
 {
     Channels()
     {
-        server.open();
-        server.bind("127.0.0.1", 0);
-        server.listen();
-        client.open();
-        client.connect("127.0.0.1", server.localPort());
-        server.accept();
-        server.sendGreeting({1, 7, 0, 20111227, 752, 480});
+        join(server, client);
         EXPECT_EQ(client.receiveGreeting(), (Greeting{1, 7, 0, 20111227, 752, 480}));
     }
 

