@@ -143,7 +143,7 @@ protected:
     void expectModestMemory() const
     {
         if (OWN_MEMORY_ONLY) {
-            EXPECT_LT(program.peakMemory() - _memory, 16 << 20);
+            EXPECT_LT(program.use().peakKB - _peakKB, 16U << 10U);
         }
     }
 
@@ -199,7 +199,7 @@ protected:
     test::Program program;
 
 private:
-    std::int64_t _memory = program.peakMemory();
+    std::size_t _peakKB = program.use().peakKB;
 };
 
 /// How often a long form of the test repeats; 1 by default.
@@ -283,21 +283,19 @@ TEST_F(HostilePeerTest, StaysTheSameUnderManyConnects)
     constexpr int WARM_UP = 50;
     constexpr std::array PORTS{test::CONTROL_PORT, test::LAB_PORT, test::TELNET_PORT};
     // While every port serves a client: between two a port has none, for moments.
-    const auto openFiles = [&] {
+    const auto use = [&] {
         std::vector<std::unique_ptr<Peer>> clients;
         for (const std::uint16_t port : PORTS) {
             clients.push_back(greeted(port));
         }
-        return program.openFiles();
+        return program.use();
     };
     for (const std::uint16_t port : PORTS) {
         SCOPED_TRACE(port);
-        std::int64_t memory = 0;
-        std::int64_t files = 0;
+        test::ProcessUse before;
         for (int i = 0; i < connects + WARM_UP; ++i) {
             if (i == WARM_UP) {
-                files = openFiles(); // everything before has been dealt with
-                memory = program.memory();
+                before = use(); // everything before has been dealt with
             }
             const auto peer = i % 4 < 2 ? program.client(port) : greeted(port);
             if (i % 2 == 0) {
@@ -307,15 +305,15 @@ TEST_F(HostilePeerTest, StaysTheSameUnderManyConnects)
         const auto start = std::chrono::steady_clock::now();
         static_cast<void>(greeted(port));
         const std::int64_t wait = millisecondsSince(start);
-        const std::int64_t growth = program.memory() - memory;
-        const std::int64_t more = openFiles() - files;
-        std::printf("port %d: %d connects, memory %+lld kB, descriptors %+lld, next client "
+        const test::ProcessUse after = use();
+        const auto growth = static_cast<std::ptrdiff_t>(after.residentKB - before.residentKB);
+        const auto more = static_cast<std::ptrdiff_t>(after.descriptors - before.descriptors);
+        std::printf("port %d: %d connects, memory %+td kB, descriptors %+td, next client "
                     "greeted in %lld ms\n",
-                    port, connects, static_cast<long long>(growth / 1024),
-                    static_cast<long long>(more), static_cast<long long>(wait));
+                    port, connects, growth, more, static_cast<long long>(wait));
         EXPECT_EQ(more, 0);
         if (OWN_MEMORY_ONLY) {
-            EXPECT_LT(growth, 1 << 20);
+            EXPECT_LT(growth, 1 << 10);
         }
     }
 }

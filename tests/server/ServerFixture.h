@@ -1,5 +1,6 @@
 #pragma once
 
+#include "FreePorts.h"
 #include "LogRecorder.h"
 #include "Peer.h"
 #include "ocamera/simulated/Faults.h"
@@ -22,11 +23,6 @@ protected:
     {
         OCamera::simulated::resetSimulation();
         ::setenv("OCAMERA_FPS", "100", 1);
-        _options.directory = _folder.path().string();
-        _options.bindAddress = "127.0.0.1";
-        _options.controlPort = 0;
-        _options.labPort = 0;
-        _options.udpPort = 0;
         _options.setClock = [this](const timeval& time) {
             _clock = time;
             return _clockError;
@@ -46,9 +42,7 @@ protected:
     static std::string defaultConfig()
     {
         const TemporaryFolder folder;
-        com::server::ServerOptions options;
-        options.directory = folder.path().string();
-        com::server::Server server(options);
+        com::server::Server server(onFreePorts(folder));
         server.telnet().setConfig({.port = 0, .timeout = 0});
         server.saveConfig();
         return readFile(folder / "config.xml");
@@ -114,7 +108,7 @@ protected:
 
     LogRecorder _log;
     TemporaryFolder _folder;
-    com::server::ServerOptions _options;
+    com::server::ServerOptions _options = onFreePorts(_folder);
     timeval _clock{};
     int _clockError = 0;
     std::unique_ptr<com::server::Server> _server;

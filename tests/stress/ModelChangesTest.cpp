@@ -5,9 +5,10 @@
 #include "core/logging/LogManager.h"
 #include "core/util/Listener.h"
 #include "ocamera/simulated/Faults.h"
+#include "server/FreePorts.h"
+#include "server/ProcessUse.h"
 #include "server/Server.h"
 #include "stress/Digest.h"
-#include "stress/ProcessUse.h"
 #include "support/Eventually.h"
 #include "support/TemporaryFolder.h"
 
@@ -198,13 +199,7 @@ protected:
 
     [[nodiscard]] std::unique_ptr<com::server::Server> makeServer() const
     {
-        com::server::ServerOptions options;
-        options.directory = _folder.path().string();
-        options.bindAddress = "127.0.0.1";
-        options.controlPort = 0;
-        options.labPort = 0;
-        options.udpPort = 0;
-        auto server = std::make_unique<com::server::Server>(options);
+        auto server = std::make_unique<com::server::Server>(test::onFreePorts(_folder));
         server->telnet().setConfig({.port = 0, .timeout = 0});
         return server;
     }
@@ -295,7 +290,7 @@ TEST_F(ModelChangesTest, MixNothingUp)
         server->start();
         server->stop();
     }
-    const test::ProcessUse before = test::ProcessUse::ofThisProcess();
+    const test::ProcessUse before = test::ProcessUse::of();
     {
         const auto server = makeServer();
         Record record(server->camera());
@@ -334,7 +329,7 @@ TEST_F(ModelChangesTest, MixNothingUp)
         control.disconnect();
         server->stop();
     }
-    const test::ProcessUse after = test::ProcessUse::ofThisProcess();
+    const test::ProcessUse after = test::ProcessUse::of();
     EXPECT_EQ(after.threads, before.threads);
     EXPECT_EQ(after.descriptors, before.descriptors);
 }

@@ -1,6 +1,7 @@
 #include "client/ControlClient.h"
 #include "configuration/ConfigurationFile.h"
 #include "core/logging/LogManager.h"
+#include "server/FreePorts.h"
 #include "server/Server.h"
 #include "support/Eventually.h"
 #include "support/TemporaryFolder.h"
@@ -62,7 +63,6 @@ namespace tarvik::test {
 namespace {
 
 using com::server::Server;
-using com::server::ServerOptions;
 
 constexpr unsigned HANG_S = 60;
 
@@ -159,17 +159,6 @@ struct Place
         writeFile(path, content);
     }
 
-    [[nodiscard]] ServerOptions options() const
-    {
-        ServerOptions options;
-        options.directory = folder.path().string();
-        options.bindAddress = "127.0.0.1";
-        options.controlPort = 0;
-        options.labPort = 0;
-        options.udpPort = 0;
-        return options;
-    }
-
     /// The template is in the file, or the file that was there is kept beside it.
     [[nodiscard]] bool intact() const
     {
@@ -192,7 +181,7 @@ Outcome start(const Place& place, long n)
     bool failed = false;
     try {
         const Failure failure(n);
-        Server server(place.options());
+        Server server(onFreePorts(place.folder));
         server.start();
         failed = Failure::end();
         server.stop();
@@ -204,7 +193,7 @@ Outcome start(const Place& place, long n)
 
 Outcome load(const Place& place, long n)
 {
-    Server server(place.options());
+    Server server(onFreePorts(place.folder));
     bool failed = false;
     {
         const Failure failure(n);
@@ -236,7 +225,7 @@ Outcome images(const Place& place, long n)
 {
     constexpr int imageCount = 100;
     Counter counter;
-    Server server(place.options());
+    Server server(onFreePorts(place.folder));
     server.divider().addListener(&counter);
     server.start();
     bool failed = false;
@@ -282,7 +271,7 @@ struct Signals
 /// The server's side.
 Outcome serve(const Place& place, long n, const Signals& signals)
 {
-    Server server(place.options());
+    Server server(onFreePorts(place.folder));
     server.start();
     if (!eventually([&] { return server.controlPort() != 0; })) {
         return Damaged;

@@ -47,7 +47,7 @@ void ControlLoad::connect()
                                                timeouts(_stage.score));
     _control->onResult([this](const ControlClient::Result& r) { resultArrived(*r); });
     _control->onLog([this](const ControlClient::LogUpdate& u) { logArrived(*u); });
-    connectPatiently(_stage.score, *_control);
+    patiently(_stage.score, [this] { _control->connect(); });
     _control->setStreaming({true, true, true, true});
     static_cast<void>(_control->setLogStreaming(true));
     ++_stage.score.reconnects;

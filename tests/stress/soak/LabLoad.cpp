@@ -35,7 +35,7 @@ void LabLoad::connect()
 {
     _lab = std::make_unique<client::LabClient>(_stage.server.address(), client::LabClient::PORT,
                                                timeouts(_stage.score));
-    connectPatiently(_stage.score, *_lab);
+    patiently(_stage.score, [this] { _lab->connect(); });
     _lab->setStreaming({true, true, true, true});
     ++_stage.score.reconnects;
 }

@@ -4,12 +4,14 @@
 #include "camera/CameraFactory.h"
 #include "client/ControlClient.h"
 #include "client/LabClient.h"
+#include "io/net/UDPSocket.h"
 #include "stress/soak/NumberedPicture.h"
 #include "stress/soak/Score.h"
 #include "stress/soak/ServerProcess.h"
 
 #include <atomic>
 #include <cstdint>
+#include <exception>
 #include <memory>
 #include <optional>
 #include <random>
@@ -38,16 +40,15 @@ struct Stage
     return {.connect = time, .refused = time, .greeting = greeting, .response = time};
 }
 
-/// Somebody else may be served, or be about to be.
-template <class Client>
-void connectPatiently(Score& score, Client& client)
+/// Somebody else may be served, or be about to be: tries to connect until that works.
+template <class Connect>
+auto patiently(Score& score, Connect connect)
 {
     const Clock::time_point end = Clock::now() + score.limit(std::chrono::seconds(5));
     while (true) {
         try {
-            client.connect();
-            return;
-        } catch (const client::ClientException&) {
+            return connect();
+        } catch (const std::exception&) {
             if (Clock::now() > end || !score.pause(std::chrono::milliseconds(5))) {
                 throw;
             }
@@ -119,6 +120,6 @@ void runTelnet(Stage& stage);
 void runResets(Stage& stage);
 
 /// Receives the datagrams on this socket and checks each.
-void runReceiver(Stage& stage, int socket);
+void runReceiver(Stage& stage, io::net::UDPSocket& socket);
 
 } // namespace tarvik::soak

@@ -1,15 +1,10 @@
-#include "server/Peer.h"
 #include "stress/soak/Loads.h"
 
 #include <fnmatch.h>
-#include <poll.h>
 #include <sys/socket.h>
 
-#include <algorithm>
 #include <array>
 #include <exception>
-#include <memory>
-#include <numeric>
 #include <random>
 #include <span>
 #include <stdexcept>
@@ -20,8 +15,6 @@ namespace tarvik::soak {
 namespace {
 
 using test::Peer;
-
-constexpr std::uint16_t TELNET_PORT = 9999;
 
 struct Question
 {
@@ -60,24 +53,6 @@ void askForRecord(Peer& controller)
     }
 }
 
-/// Somebody else may be served: tries until it is greeted.
-std::unique_ptr<Peer> connectPatiently(Stage& stage)
-{
-    const Clock::time_point end = Clock::now() + stage.score.limit(std::chrono::seconds(5));
-    while (true) {
-        try {
-            auto controller = std::make_unique<Peer>(TELNET_PORT, stage.server.address().c_str());
-            static_cast<void>(controller->receiveLine());
-            ++stage.score.reconnects;
-            return controller;
-        } catch (const std::exception&) {
-            if (Clock::now() > end || !stage.score.pause(std::chrono::milliseconds(5))) {
-                throw;
-            }
-        }
-    }
-}
-
 } // namespace
 
 void runTelnet(Stage& stage)
@@ -86,7 +61,12 @@ void runTelnet(Stage& stage)
     while (stage.score.goesOn()) {
         const Clock::time_point start = Clock::now();
         try {
-            const auto controller = connectPatiently(stage);
+            const auto controller = patiently(stage.score, [&stage] {
+                auto peer = stage.server.client(test::TELNET_PORT);
+                static_cast<void>(peer->receiveLine());
+                return peer;
+            });
+            ++stage.score.reconnects;
             for (int i = 0; i < QUESTIONS_PER_CONNECTION && stage.score.goesOn(); ++i) {
                 if (i % 7 == 6) {
                     askForRecord(*controller);
@@ -103,7 +83,7 @@ void runTelnet(Stage& stage)
 
 void runResets(Stage& stage)
 {
-    constexpr std::array PORTS{client::ControlClient::PORT, client::LabClient::PORT, TELNET_PORT};
+    constexpr std::array PORTS{test::CONTROL_PORT, test::LAB_PORT, test::TELNET_PORT};
     std::mt19937 random(7);
     while (stage.score.pause(std::chrono::milliseconds(20))) {
         const std::uint16_t port = PORTS.at(random() % PORTS.size());
@@ -127,23 +107,23 @@ void runResets(Stage& stage)
     }
 }
 
-void runReceiver(Stage& stage, int socket)
+void runReceiver(Stage& stage, io::net::UDPSocket& socket)
 {
-    std::array<unsigned char, 2048> datagram{};
-    while (stage.score.goesOn()) {
-        pollfd entry{socket, POLLIN, 0};
-        if (::poll(&entry, 1, 100) <= 0) {
-            continue;
+    std::array<std::byte, 2048> buffer{};
+    while (stage.score.pause(std::chrono::milliseconds(5))) {
+        while (socket.bytesAvailable() > 0) {
+            const auto bytes = std::span(buffer).first(socket.readSome(buffer));
+            unsigned sum = 0;
+            for (const std::byte byte : bytes) {
+                sum += std::to_integer<unsigned>(byte);
+            }
+            const std::size_t expected =
+                bytes.size() < 17 ? 17 : 17U + 40U * std::to_integer<std::size_t>(bytes[14]);
+            if (sum % 256 != 255 || bytes.size() != expected) {
+                stage.score.fail("a broken datagram of " + std::to_string(bytes.size()) + " bytes");
+            }
+            ++stage.score.datagrams;
         }
-        const ssize_t size = ::recv(socket, datagram.data(), datagram.size(), 0);
-        const std::span bytes(datagram.data(),
-                              static_cast<std::size_t>(std::max<ssize_t>(size, 0)));
-        const unsigned sum = std::accumulate(bytes.begin(), bytes.end(), 0U) % 256;
-        const std::size_t expected = bytes.size() < 17 ? 17 : 17U + 40U * bytes[14];
-        if (sum != 255 || bytes.size() != expected) {
-            stage.score.fail("a broken datagram of " + std::to_string(size) + " bytes");
-        }
-        ++stage.score.datagrams;
     }
 }
 

@@ -1,12 +1,14 @@
+#include "io/net/UDPSocket.h"
 #include "stress/soak/Loads.h"
 #include "stress/soak/Trend.h"
 
-#include <arpa/inet.h>
+#include <netinet/in.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <csignal>
 #include <cstdint>
 #include <cstdio>
 #include <exception>
@@ -14,7 +16,6 @@
 #include <stdexcept>
 #include <string>
 #include <thread>
-#include <utility>
 #include <vector>
 
 /// Uses the server in every way at once for a while and watches that nothing gets lost, mixed up
@@ -49,21 +50,6 @@ struct Options
     bool memory = true;
 };
 
-/// A socket for the datagrams, and its port.
-std::pair<int, std::uint16_t> openReceiver(const std::string& address)
-{
-    const int receiver = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-    sockaddr_in local{};
-    local.sin_family = AF_INET;
-    local.sin_addr.s_addr = ::inet_addr(address.c_str());
-    socklen_t size = sizeof local;
-    auto* const name = reinterpret_cast<sockaddr*>(&local);
-    if (::bind(receiver, name, size) != 0 || ::getsockname(receiver, name, &size) != 0) {
-        throw std::runtime_error("No UDP port is free on " + address);
-    }
-    return {receiver, ntohs(local.sin_port)};
-}
-
 /// The server sends from a port that every server of a machine wants for itself.
 void checkSenderPort()
 {
@@ -92,7 +78,7 @@ struct Loads
 
 /// Runs the loads until the time is over or the server has ended, and adds what it held every
 /// second.
-void runLoads(Loads& loads, int receiver, Clock::duration time,
+void runLoads(Loads& loads, io::net::UDPSocket& receiver, Clock::duration time,
               std::vector<test::ProcessUse>& samples)
 {
     Stage& stage = loads.stage;
@@ -131,7 +117,7 @@ void returnToFirstModel(Stage& stage)
         try {
             client::ControlClient control(stage.server.address(), client::ControlClient::PORT,
                                           timeouts(stage.score));
-            connectPatiently(stage.score, control);
+            patiently(stage.score, [&] { control.connect(); });
             camera::CameraConfiguration config = control.cameraConfig();
             if (config.implementation() == first) {
                 return true;
@@ -253,11 +239,13 @@ void judgeCompleteness(Score& score)
 int runSoak(const Options& options)
 {
     checkSenderPort();
-    const auto [receiver, port] = openReceiver(options.address);
+    io::net::UDPSocket receiver;
+    receiver.open();
+    receiver.bind(options.address.c_str(), 0);
     ServerProcess server({.program = options.server,
                           .wallClock = options.wallClock,
                           .address = options.address,
-                          .datagramPort = port});
+                          .datagramPort = static_cast<std::uint16_t>(receiver.localPort())});
     const auto time = std::chrono::duration_cast<Clock::duration>(
         std::chrono::duration<double, std::ratio<60>>(options.minutes));
     // Until every log is full and every buffer has its size.
@@ -290,12 +278,12 @@ int runSoak(const Options& options)
     const test::ProcessUse after = rests.empty() ? before : rests.back();
     judgeRest(score, before, after, server.descriptors());
     judgeCompleteness(score);
-    const int status = server.stop(10 * options.patience);
+    server.signal(SIGTERM);
+    const int status = server.exitStatus();
     if (status != 0) {
         score.fail("the server ended with status " + std::to_string(status));
         std::fprintf(stderr, "%s\n", server.output().c_str());
     }
-    ::close(receiver);
     const int failures = score.failures() + warmUpScore.failures();
     std::puts(failures == 0 ? "pass" : "FAIL");
     return failures == 0 ? 0 : 1;

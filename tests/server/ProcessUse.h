@@ -14,8 +14,9 @@ struct ProcessUse
     std::size_t residentKB = 0; ///< memory of its own: without what it shares with files
     std::size_t threads = 0;
     std::size_t descriptors = 0;
+    std::size_t peakKB = 0; ///< the most that was ever resident
 
-    [[nodiscard]] static ProcessUse of(const std::string& process)
+    [[nodiscard]] static ProcessUse of(const std::string& process = "self")
     {
         const std::string folder = "/proc/" + process;
         ProcessUse use;
@@ -23,6 +24,8 @@ struct ProcessUse
         for (std::string word; status >> word;) {
             if (word == "RssAnon:") {
                 status >> use.residentKB;
+            } else if (word == "VmHWM:") {
+                status >> use.peakKB;
             } else if (word == "Threads:") {
                 status >> use.threads;
             }
@@ -32,8 +35,6 @@ struct ProcessUse
                           std::filesystem::directory_iterator()));
         return use;
     }
-
-    [[nodiscard]] static ProcessUse ofThisProcess() { return of("self"); }
 };
 
 } // namespace tarvik::test
