@@ -159,22 +159,6 @@ TEST(Com, RefusesBadRegistrations)
               "A message with the same id already has been registered.");
 }
 
-TEST(Com, AnswersARequest)
-{
-    Peers peers;
-    peers.server.registerMessage(std::make_unique<Number>().release());
-    peers.server.registerMessage(
-        std::make_unique<Message>("Empty", Message::Type::Request).release());
-    peers.write(NUMBER_ID + " 15 00 00 00");
-    concurrent::Mutex action;
-    peers.server.receive(&action);
-    EXPECT_EQ(peers.read(8), NUMBER_ID + " 2A 00 00 00");
-    const std::string emptyId = toHex(buffer::toLittleEndian(Message::idOf("Empty")));
-    peers.write(emptyId);
-    peers.server.receive(nullptr);
-    EXPECT_EQ(peers.read(4), emptyId) << "also one that reads and writes nothing";
-}
-
 TEST(Com, ForgetsUnreadInputWithTheConnection)
 {
     Peers peers;
@@ -207,20 +191,6 @@ TEST(Com, TakesTheActionLockOnlyAfterTheWholeMessage)
     peers.write("00 00");
     EXPECT_EQ(peers.read(8), NUMBER_ID + " 2A 00 00 00");
     ASSERT_TRUE(endsInTime(receiving));
-}
-
-TEST(Com, EndsReceivingWhenInterruptedOrClosed)
-{
-    for (const bool closes : {false, true}) {
-        Peers peers;
-        peers.server.registerMessage(std::make_unique<Number>().release());
-        peers.write(NUMBER_ID + " 15");
-        auto receiving =
-            inBackground([&] { return failure([&] { peers.server.receive(nullptr); }); });
-        closes ? peers.server.close() : peers.server.interrupt();
-        ASSERT_TRUE(endsInTime(receiving));
-        EXPECT_EQ(receiving.get().substr(0, 19), "Couldn't read data.");
-    }
 }
 
 TEST(Com, SendsNothingBeforeTheGreetingAndNothingBehindHalfAMessage)
@@ -259,15 +229,6 @@ TEST(Com, AWriterStuckAtAPeerThatDoesNotReadKeepsNobodyElse)
     EXPECT_EQ(writer.get().substr(0, 19), "Couldn't send data.");
     peers.raw.close();
     peers.connect();
-}
-
-TEST(Com, EndsASendWithinItsTime)
-{
-    Peers peers;
-    EXPECT_EQ(failure([&] { peers.server.send(Huge(), 50); }),
-              "Couldn't send data. Details: Connection timed out");
-    EXPECT_EQ(failure([&] { peers.server.send(Number(1), PATIENT_MS); }),
-              "Couldn't send data. Details: Broken pipe");
 }
 
 TEST(Com, AClientWaitsForTheResponseToItsRequest)

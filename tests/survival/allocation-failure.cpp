@@ -6,6 +6,7 @@
 #include "support/Eventually.h"
 #include "support/TemporaryFolder.h"
 
+#include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -88,42 +89,44 @@ public:
     static bool end() { return untilFailure.exchange(0) <= 0; }
 };
 
-/// A pipe between the two processes.
-class Signal
+/// Connects two processes; each closes the end that is the other's.
+class Line
 {
 public:
-    Signal()
+    Line()
     {
-        if (::pipe(_ends) != 0) {
-            throw std::runtime_error("no pipe");
+        if (::socketpair(AF_UNIX, SOCK_SEQPACKET, 0, _ends) != 0) {
+            throw std::runtime_error("no pair of sockets");
         }
     }
 
-    void give(std::uint16_t value) const
+    Line(const Line&) = delete;
+    Line& operator=(const Line&) = delete;
+
+    ~Line() { ::close(_ends[_own]); }
+
+    void take(int end)
     {
-        static_cast<void>(!::write(_ends[1], &value, sizeof value));
+        _own = end;
+        ::close(_ends[1 - end]);
+    }
+
+    void send(std::uint16_t value) const
+    {
+        static_cast<void>(::send(_ends[_own], &value, sizeof value, MSG_NOSIGNAL));
     }
 
     /// 0 when the other process has gone.
-    [[nodiscard]] std::uint16_t take() const
+    [[nodiscard]] std::uint16_t receive() const
     {
         std::uint16_t value = 0;
-        static_cast<void>(!::read(_ends[0], &value, sizeof value));
+        static_cast<void>(!::read(_ends[_own], &value, sizeof value));
         return value;
-    }
-
-    void closeTaking() const { ::close(_ends[0]); }
-
-    void closeGiving() const { ::close(_ends[1]); }
-
-    void closeBoth() const
-    {
-        closeTaking();
-        closeGiving();
     }
 
 private:
     int _ends[2]{};
+    int _own = 0;
 };
 
 /// One file for every case, and where it is put.
@@ -262,14 +265,8 @@ void visit(std::uint16_t port)
     client.disconnect();
 }
 
-struct Signals
-{
-    Signal ready;   ///< the port, from the server
-    Signal visited; ///< by the client: once for each visit
-};
-
-/// The server's side.
-Outcome serve(const Place& place, long n, const Signals& signals)
+/// The server's side: tells its port, and is told of each visit.
+Outcome serve(const Place& place, long n, const Line& client)
 {
     Server server(onFreePorts(place.folder));
     server.start();
@@ -279,19 +276,19 @@ Outcome serve(const Place& place, long n, const Signals& signals)
     bool failed = false;
     {
         const Failure failure(n);
-        signals.ready.give(server.controlPort());
-        static_cast<void>(signals.visited.take());
+        client.send(server.controlPort());
+        static_cast<void>(client.receive());
         failed = Failure::end();
     }
-    static_cast<void>(signals.visited.take());
+    static_cast<void>(client.receive());
     server.stop();
     return outcome(place, failed);
 }
 
 /// The client's side: the first visit may fail, the second must not.
-bool visitTwice(const Signals& signals)
+bool visitTwice(const Line& server)
 {
-    const std::uint16_t port = signals.ready.take();
+    const std::uint16_t port = server.receive();
     if (port == 0) {
         return false;
     }
@@ -299,7 +296,7 @@ bool visitTwice(const Signals& signals)
         visit(port);
     } catch (const std::exception&) {
     }
-    signals.visited.give(1);
+    server.send(1);
     bool served = true;
     try {
         visit(port);
@@ -307,7 +304,7 @@ bool visitTwice(const Signals& signals)
         std::fprintf(stderr, "the next client is not served: %s\n", e.what());
         served = false;
     }
-    signals.visited.give(1);
+    server.send(1);
     return served;
 }
 
@@ -345,21 +342,16 @@ int alone(Case tested, const Place& place, long n)
 
 int withClient(const Place& place, long n)
 {
-    const Signals signals;
-    const int result = inChild(
+    Line line;
+    return inChild(
         [&] {
-            signals.ready.closeTaking();
-            signals.visited.closeGiving();
-            return serve(place, n, signals);
+            line.take(1);
+            return serve(place, n, line);
         },
         [&] {
-            signals.ready.closeGiving();
-            const bool served = visitTwice(signals);
-            return served;
+            line.take(0);
+            return visitTwice(line);
         });
-    signals.ready.closeTaking();
-    signals.visited.closeBoth();
-    return result;
 }
 
 /// Every step-th allocation until there are no more.

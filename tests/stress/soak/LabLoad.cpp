@@ -50,7 +50,7 @@ void LabLoad::show(PictureNumber number)
     _stage.lastPicture = number;
     const auto result = _lab->analyze(numberedPicture(number, static_cast<std::uint16_t>(width),
                                                       static_cast<std::uint16_t>(height), coloured),
-                                      _stage.score.limitMs(std::chrono::seconds(2)));
+                                      _stage.score.limit(std::chrono::seconds(2)));
     check(number, *result);
 }
 

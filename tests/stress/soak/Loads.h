@@ -33,10 +33,10 @@ struct Stage
 
 [[nodiscard]] inline client::Timeouts timeouts(const Score& score)
 {
-    const auto time = score.limitMs(std::chrono::seconds(5));
+    const auto time = score.limit(std::chrono::seconds(5));
     // A connection that overflows the queue of a listener about to close is forgotten there: nobody
     // will ever greet it. The next attempt comes soon.
-    const auto greeting = score.limitMs(std::chrono::seconds(1));
+    const auto greeting = score.limit(std::chrono::seconds(1));
     return {.connect = time, .refused = time, .greeting = greeting, .response = time};
 }
 

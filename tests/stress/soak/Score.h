@@ -20,12 +20,7 @@ public:
     /// `patience` multiplies every time limit: more than 1 for builds that are slow on purpose.
     explicit Score(int patience) : _patience(patience) {}
 
-    [[nodiscard]] Clock::duration limit(std::chrono::milliseconds time) const
-    {
-        return time * _patience;
-    }
-
-    [[nodiscard]] std::chrono::milliseconds limitMs(std::chrono::milliseconds time) const
+    [[nodiscard]] std::chrono::milliseconds limit(std::chrono::milliseconds time) const
     {
         return time * _patience;
     }
@@ -81,16 +76,11 @@ public:
 
     [[nodiscard]] int failures() const { return _failures; }
 
-    void beginDisturbance()
+    /// Adds 1 when one begins, -1 when it ends.
+    void countDisturbance(int change)
     {
         const std::scoped_lock lock(_mutex);
-        ++_disturbances;
-    }
-
-    void endDisturbance()
-    {
-        const std::scoped_lock lock(_mutex);
-        --_disturbances;
+        _disturbances += change;
         _lastDisturbance = Clock::now();
     }
 
@@ -128,12 +118,12 @@ private:
 class Disturbance
 {
 public:
-    explicit Disturbance(Score& score) : _score(score) { _score.beginDisturbance(); }
+    explicit Disturbance(Score& score) : _score(score) { _score.countDisturbance(1); }
 
     Disturbance(const Disturbance&) = delete;
     Disturbance& operator=(const Disturbance&) = delete;
 
-    ~Disturbance() { _score.endDisturbance(); }
+    ~Disturbance() { _score.countDisturbance(-1); }
 
 private:
     Score& _score;
