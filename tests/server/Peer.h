@@ -11,7 +11,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <span>
 #include <stdexcept>
 #include <string>
@@ -87,15 +86,6 @@ public:
     }
 
     [[nodiscard]] std::string receiveHex(std::size_t count) { return toHex(receive(count)); }
-
-    template <class T>
-    [[nodiscard]] T receiveNumber()
-    {
-        T value{};
-        const auto bytes = receive(sizeof value);
-        std::memcpy(&value, bytes.data(), sizeof value);
-        return value;
-    }
 
     /// A line without its CR LF.
     [[nodiscard]] std::string receiveLine()
