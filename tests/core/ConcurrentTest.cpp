@@ -11,10 +11,8 @@
 #include <atomic>
 #include <chrono>
 #include <functional>
-#include <memory>
 #include <stdexcept>
 #include <string>
-#include <thread>
 
 using namespace tarvik;
 using namespace tarvik::concurrent;

@@ -7,11 +7,7 @@
 
 #include <gtest/gtest.h>
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <clocale>
-#include <limits>
 #include <locale>
 #include <string>
 #include <vector>
