@@ -142,7 +142,7 @@ protected:
     {
         EXPECT_TRUE(program.says("Telnet server waiting for connection..."));
         client::ControlClient client(program.address());
-        client.connect();
+        connect(client);
         database::DatabaseState state = client.database();
         EXPECT_TRUE(state.addTemplate(std::make_shared<const database::Template>()));
         client.setDatabase(state);
@@ -161,6 +161,12 @@ protected:
     Bytes settingsInForce()
     {
         client::ControlClient client(program.address());
+        connect(client);
+        return settings(client);
+    }
+
+    static void connect(client::ControlClient& client)
+    {
         EXPECT_TRUE(test::eventually([&] {
             try {
                 client.connect();
@@ -169,7 +175,6 @@ protected:
                 return false; // the one before is just being dropped
             }
         }));
-        return settings(client);
     }
 
     static std::uint16_t portOf(const ProtocolExample& message)
