@@ -269,6 +269,29 @@ TEST_F(HostilePeerTest, ForgetsMessagesThatBreakOffAnywhere)
     EXPECT_NE(saved.find("</Tarvik>"), std::string::npos) << "whole";
 }
 
+TEST_F(HostilePeerTest, TakesBytesOneAtATime)
+{
+    std::vector<ProtocolExample> messages = clientMessages();
+    std::ranges::reverse(messages); // the comparator's settings before another comparator
+    for (const ProtocolExample& message : messages) {
+        if (message.bytes.size() > 1000 || message.name == "SetSystemTime") {
+            continue;
+        }
+        SCOPED_TRACE(message.name);
+        const auto peer = greeted(portOf(message));
+        for (const std::byte& byte : message.bytes) {
+            peer->send(std::span(&byte, 1));
+        }
+        peer->sendHex("9A 3C C0 E6"); // GetBreakupConfig: answered when all of that was understood
+        std::string bytes;
+        while (!bytes.ends_with("9A 3C C0 E6 01 28 5C 8F 02") &&
+               !bytes.ends_with("9A 3C C0 E6 00 00 00 00 01") &&
+               !bytes.ends_with("9A 3C C0 E6 00 33 33 33 03")) {
+            bytes += (bytes.empty() ? "" : " ") + peer->receiveHex(1); // throws after the deadline
+        }
+    }
+}
+
 TEST_F(HostilePeerTest, ServesOtherPortsWhileAPeerDoesNotRead)
 {
     auto deaf = program.client(test::CONTROL_PORT, 1);
