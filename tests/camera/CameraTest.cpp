@@ -2,7 +2,10 @@
 
 #include "Support.h"
 #include "camera/CameraException.h"
+#include "camera/sbo/SBOCCR1B.h"
 #include "core/Exception.h"
+#include "core/concurrent/WakeUp.h"
+#include "support/Eventually.h"
 #include "support/TemporaryFolder.h"
 #include "support/Thrown.h"
 
@@ -464,19 +467,48 @@ TEST_F(CameraTest, TakesOneImagePerPulse)
     EXPECT_EQ(_recorder.shown.values().size(), 1U);
 }
 
-TEST_F(CameraTest, EndsEveryWaitToClose)
+/// Waits until it is told to stop, or as good as for ever.
+class PatientDriver : public sbo::SBOCCR1B
 {
-    const auto closesWithin = [&](std::chrono::milliseconds deadline) {
-        auto closing = std::async(std::launch::async, [&] { _camera.close(); });
-        return closing.wait_for(deadline) == std::future_status::ready;
-    };
-    openWaiting();
-    EXPECT_TRUE(closesWithin(std::chrono::milliseconds(1900))) << "the read time-out is 2 s";
+public:
+    void getImages(Image** original, Image** binary) override
+    {
+        log(logging::LogLevel::Info, "Waiting.");
+        *original = nullptr;
+        *binary = nullptr;
+        static_cast<void>(_cancelled.wait(5 * test::DEADLINE / std::chrono::milliseconds(1)));
+    }
 
+    void cancelWait() override { _cancelled.set(); }
+
+private:
+    concurrent::WakeUp _cancelled;
+};
+
+TEST_F(CameraTest, EndsTheWaitForAnImageToClose)
+{
+    static const CameraFactory::TypedImplementation<PatientDriver> patient("Patient", "");
+    CameraConfiguration config;
+    config.setImplementation(&patient);
+    _camera.open(&config);
+    EXPECT_TRUE(_log.waitFor("Waiting."));
+    EXPECT_TRUE(test::endsInTime(test::inBackground([&] { _camera.close(); })));
+}
+
+TEST_F(CameraTest, EndsThePauseAfterAFailureToClose)
+{
+    showBlackScene(*test::makeDriver(R1B));
     failCall(Operation::GetImage, 1, EIO, Repeat::UntilCleared);
-    _camera.setConfig(configOf(R1B));
-    EXPECT_TRUE(_log.waitFor("GetImage() returned error code: -5"));
-    EXPECT_TRUE(closesWithin(std::chrono::milliseconds(900))) << "the pause is 1 s";
+    // A pause is 1 s: together they would outlast the deadline.
+    constexpr int PAUSES = test::DEADLINE / std::chrono::seconds(1) * 2;
+    EXPECT_TRUE(test::endsInTime(test::inBackground([&] {
+        for (int i = 0; i < PAUSES; ++i) {
+            _camera.setConfig(configOf(R1B));
+            EXPECT_TRUE(_log.waitFor("GetImage() returned error code: -5"));
+            _log.clear();
+            _camera.close();
+        }
+    })));
 }
 
 TEST_F(CameraTest, StandsEverybodyAtOnce)

@@ -13,7 +13,8 @@
 #include <string_view>
 #include <vector>
 
-// Every call that every driver makes fails, one at a time, with each of several error numbers.
+// Every call that every driver makes fails, one at a time, with each of several error numbers;
+// then everything works again.
 
 namespace tarvik::camera {
 
@@ -28,7 +29,7 @@ using test::libraryError;
 using test::makeDriver;
 using test::thrown;
 
-constexpr int ERRORS[] = {EIO, ENODEV, EINVAL, ETIME};
+constexpr int ERRORS[] = {EIO, ENODEV, ETIME}; // the drivers treat the last two differently
 
 /// How messages name a call; `recorded` is its beginning in the simulation's record.
 struct CallText
@@ -76,14 +77,6 @@ constexpr CallText CALL_TEXTS[] = {
      "SetupImageCorrection(false, OCamera::CORRECTION_REPLACE, 0, 0, 1)"},
 };
 
-/// Texts of the reads of the image memory in one image, in their order.
-constexpr const char* READS_IN_FPGA[] = {"ReadImageRAM(_imgBinData, 0, imgSize)",
-                                         "ReadImageRAM(satData, 0, imgSize)",
-                                         "ReadImageRAM(valData, 0, imgSize)"};
-constexpr const char* READS_IN_SOFTWARE[] = {"ReadImageRAM(hueData, 0, imgSize)",
-                                             "ReadImageRAM(satData, 0, imgSize)",
-                                             "ReadImageRAM(valData, 0, imgSize)"};
-
 /// One call of a phase, and what it is the n-th of.
 struct Call
 {
@@ -110,13 +103,24 @@ std::vector<Call> recordedPhase(const std::function<void()>& act)
 class DriverFaultTest : public test::SimulationTest, public testing::WithParamInterface<const char*>
 {
 protected:
-    DriverFaultTest() { loadNeighbourhoodDesign(true); } // in case an earlier test has loaded it
+    DriverFaultTest() : _driver(makeDriver(GetParam())), _picture(test::pictureFor(*_driver))
+    {
+        showBlackScene(*_driver);
+        _loader.provideDesign();
+        loadNeighbourhoodDesign(true);
+        _changed.triggerMode = 1;
+        _changed.shutterTime = 5000;
+        _changed.gain = 9;
+        _changed.thresholdLow = 90;
+        _changed.lowerValH = 20;
+    }
 
+    /// A step of an open driver, which `prepare` brings there whatever the step has left behind.
     struct Phase
     {
-        const char* what;
-        std::function<void(CameraImpl&)> prepare;
-        std::function<void(CameraImpl&)> act;
+        std::string what;
+        std::function<void()> prepare;
+        std::function<void()> act;
     };
 
     [[nodiscard]] static bool is(std::string_view family)
@@ -126,35 +130,34 @@ protected:
 
     [[nodiscard]] std::vector<Phase> phases()
     {
-        const Driver driver = makeDriver(GetParam());
-        _picture = test::pictureFor(*driver);
-        CameraConfiguration other = driver->config();
-        other.triggerMode = 1;
-        other.shutterTime = 5000;
-        other.gain = 9;
-        other.thresholdLow = 90;
-        other.lowerValH = 20;
-        const auto open = [](CameraImpl& d) { d.open(); };
-        const auto openWanted = [](CameraImpl& d) {
-            d.update(true);
-            d.open();
+        const auto set = [this](const CameraConfiguration& c) {
+            return [this, &c] { _driver->setConfig(c); };
         };
-        const auto openShown = [this](CameraImpl& d) {
-            d.open();
-            d.setSource(&_picture);
+        const auto update = [this](bool wanted) {
+            return [this, wanted] { _driver->update(wanted); };
         };
+        const auto show = [this](Image* image) {
+            return [this, image] { _driver->setSource(image); };
+        };
+        const auto take = [this] { static_cast<void>(fetch(*_driver)); };
         return {
-            {"open", [](CameraImpl&) {}, open},
-            {"settings", open, [other](CameraImpl& d) { d.setConfig(other); }},
-            {"streaming on", open, [](CameraImpl& d) { d.update(true); }},
-            {"streaming off", openWanted, [](CameraImpl& d) { d.update(false); }},
-            {"fetch", open, [](CameraImpl& d) { static_cast<void>(fetch(d)); }},
-            {"fetch while streaming", openWanted,
-             [](CameraImpl& d) { static_cast<void>(fetch(d)); }},
-            {"test image", open, [this](CameraImpl& d) { d.setSource(&_picture); }},
-            {"sensor again", openShown, [](CameraImpl& d) { d.setSource(nullptr); }},
-            {"close", open, [](CameraImpl& d) { d.close(); }},
+            {"open", [this] { _driver = makeDriver(GetParam()); }, [this] { _driver->open(); }},
+            {"settings", set(_config), set(_changed)},
+            {"streaming on", update(false), update(true)},
+            {"streaming off", update(true), update(false)},
+            {"fetch", update(false), take},
+            {"fetch while streaming", update(true), take},
+            {"test image", show(nullptr), show(&_picture)},
+            {"sensor again", show(&_picture), show(nullptr)},
+            {"close", [this] { reopen(); }, [this] { _driver->close(); }},
         };
+    }
+
+    void reopen()
+    {
+        if (!_driver->isOpen()) {
+            _driver->open();
+        }
     }
 
     /// Whether nobody looks at what the call returns.
@@ -163,7 +166,7 @@ protected:
         switch (call.operation) {
         case Operation::SetFilter:
         case Operation::SetBinarization:
-            return is("R1B") || is("R2B") || is("R3B");
+            return is("R1B");
         case Operation::PurgeImages:
             return phase != "test image" && phase != "sensor again";
         case Operation::ReleaseImage:
@@ -179,7 +182,6 @@ protected:
         if (unchecked(phase, call)) {
             return "(nothing thrown)";
         }
-        const auto nth = static_cast<std::size_t>(call.nth - 1);
         switch (call.operation) {
         case Operation::CreateCameraInterface:
             return is("R3") ? "Couldn't load camera (MT9V023)." : "Couldn't load camera.";
@@ -191,9 +193,12 @@ protected:
         case Operation::GetImage:
             return error == ETIME ? "Timeout on GetImage()."
                                   : "GetImage() returned error code: " + std::to_string(-error);
-        case Operation::ReadImageRAM:
-            return libraryError(phase == "fetch" ? READS_IN_FPGA[nth] : READS_IN_SOFTWARE[nth],
-                                error);
+        case Operation::ReadImageRAM: {
+            constexpr std::string_view PLANES[] = {"hueData", "satData", "valData"};
+            const bool first = phase == "fetch" && call.nth == 1;
+            const std::string buffer(first ? "_imgBinData" : PLANES[call.nth - 1]);
+            return libraryError("ReadImageRAM(" + buffer + ", 0, imgSize)", error);
+        }
         default:
             break;
         }
@@ -205,46 +210,40 @@ protected:
         return "(no such call is known)";
     }
 
-    /// The fault hits one call; then everything works again, by the steps that the camera takes.
-    void fail(const Phase& phase, const Call& call, int error)
+    /// Goes on after a failed step as the camera does.
+    void recover(const Phase& phase)
     {
-        const Driver driver = makeDriver(GetParam());
-        phase.prepare(*driver);
-        const CameraConfiguration before = driver->config();
-        failCall(call.operation, call.nth, error);
-        EXPECT_EQ(thrown<CameraException>([&] { phase.act(*driver); }),
-                  expected(phase.what, call, error));
-        clearFaults();
-        if (driver->config() != before) {
-            driver->setConfig(before);
+        if (phase.what == "open" || phase.what == "settings") {
+            phase.prepare();
+        } else if (phase.what.starts_with("streaming")) {
+            phase.act();
         }
-        if (std::string_view(phase.what) == "open" || std::string_view(phase.what) == "close") {
-            const Driver next = makeDriver(GetParam());
-            next->open();
-            static_cast<void>(fetch(*next));
-        } else {
-            if (std::string_view(phase.what).starts_with("streaming")) {
-                phase.act(*driver);
-            }
-            static_cast<void>(fetch(*driver));
-        }
+        reopen();
+        static_cast<void>(fetch(*_driver));
     }
 
+    Driver _driver;
     Image _picture;
+    const CameraConfiguration _config = configOf(GetParam());
+    CameraConfiguration _changed = _config;
 };
 
 TEST_P(DriverFaultTest, EveryCallFailsOnceWithEveryError)
 {
     std::size_t calls = 0;
     for (const Phase& phase : phases()) {
-        const Driver driver = makeDriver(GetParam());
-        phase.prepare(*driver);
-        for (const Call& call : recordedPhase([&] { phase.act(*driver); })) {
+        _driver = makeDriver(GetParam());
+        _driver->open();
+        phase.prepare();
+        for (const Call& call : recordedPhase(phase.act)) {
             ++calls;
+            SCOPED_TRACE(phase.what + ": " + std::to_string(call.nth) + ". " + call.recorded);
             for (const int error : ERRORS) {
-                SCOPED_TRACE(std::string(phase.what) + ": " + std::to_string(call.nth) + ". " +
-                             call.recorded + " fails with " + std::to_string(error));
-                fail(phase, call, error);
+                phase.prepare();
+                failCall(call.operation, call.nth, error);
+                EXPECT_EQ(thrown<CameraException>(phase.act), expected(phase.what, call, error));
+                clearFaults();
+                recover(phase);
             }
         }
     }
@@ -253,12 +252,12 @@ TEST_P(DriverFaultTest, EveryCallFailsOnceWithEveryError)
 
 // One thread alone, so the thread sanitizer has nothing to find: it gets a sample.
 #ifdef __SANITIZE_THREAD__
-const auto MODELS = testing::Values("R1B (640x480)");
+const auto DRIVERS = testing::Values("R1B (640x480)");
 #else
-const auto MODELS = testing::ValuesIn(test::MODELS);
+const auto DRIVERS = testing::ValuesIn(test::DRIVERS);
 #endif
 
-INSTANTIATE_TEST_SUITE_P(Models, DriverFaultTest, MODELS, test::modelName);
+INSTANTIATE_TEST_SUITE_P(Models, DriverFaultTest, DRIVERS, test::modelName);
 
 } // namespace
 

@@ -335,16 +335,19 @@ TEST_F(GreyDriverTest, ReturnsAFrameLaterThatCouldNotBeReturned)
 
 TEST_F(GreyDriverTest, EndsAWaitWithoutAnImage)
 {
-    CameraConfiguration config = configOf(R1B);
-    config.triggerMode = 1;
-    const auto driver = makeDriver(config);
-    driver->open();
-    driver->cancelWait();
-    Image* original = nullptr;
-    Image* binary = nullptr;
-    driver->getImages(&original, &binary);
-    EXPECT_EQ(binary, nullptr);
-    EXPECT_EQ(original, nullptr);
+    for (const char* model : {R1B, "R1C (640x480)"}) {
+        CameraConfiguration config = configOf(model);
+        config.triggerMode = 1;
+        const auto driver = makeDriver(config);
+        driver->open();
+        driver->cancelWait();
+        Image untouched;
+        Image* original = &untouched;
+        Image* binary = &untouched;
+        driver->getImages(&original, &binary); // throws when the wait times out
+        EXPECT_EQ(binary, nullptr) << model;
+        EXPECT_EQ(original, nullptr) << model;
+    }
 }
 
 TEST(CameraFactoryTest, ListsTheModelsInTheirOrder)
