@@ -2,16 +2,13 @@
 
 #include "ocamera/OCamera.h"
 #include "ocamera/simulated/Faults.h"
+#include "support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
-
-#include <unistd.h>
 
 #include <array>
 #include <cstdint>
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <memory>
 #include <string>
 #include <vector>
@@ -31,29 +28,21 @@ protected:
             unsetenv(name);
         }
         set("OCAMERA_FPS", "0");
-        std::string pattern = (std::filesystem::temp_directory_path() / "ocamera-XXXXXX").string();
-        _folder = mkdtemp(pattern.data());
     }
 
-    ~CameraBench() override
-    {
-        OCamera::simulated::resetSimulation();
-        std::filesystem::remove_all(_folder);
-    }
+    ~CameraBench() override { OCamera::simulated::resetSimulation(); }
 
     static void set(const char* name, const std::string& value) { setenv(name, value.c_str(), 1); }
-
-    [[nodiscard]] std::string path(const std::string& name) const { return _folder / name; }
 
     /// Writes a PGM (one value per pixel) or PPM (three) file.
     std::string writePicture(const std::string& name, int width, int height, int channels,
                              const std::vector<std::uint8_t>& pixels) const
     {
-        std::ofstream file(path(name), std::ios::binary);
-        file << (channels == 3 ? "P6 " : "P5 ") << width << ' ' << height << " 255\n";
-        file.write(reinterpret_cast<const char*>(pixels.data()),
-                   static_cast<std::streamsize>(pixels.size()));
-        return path(name);
+        const std::string kind = channels == 3 ? "P6 " : "P5 ";
+        tarvik::test::writeFile(_folder / name, kind + std::to_string(width) + " " +
+                                                    std::to_string(height) + " 255\n" +
+                                                    std::string(pixels.begin(), pixels.end()));
+        return _folder / name;
     }
 
     std::string writeUniform(const std::string& name, const std::vector<std::uint8_t>& colour) const
@@ -95,7 +84,7 @@ protected:
         return copy;
     }
 
-    std::filesystem::path _folder;
+    const tarvik::test::TemporaryFolder _folder;
 };
 
 /// A picture in the camera's image memory must start at a multiple of 32 bytes.

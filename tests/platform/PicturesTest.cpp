@@ -6,13 +6,9 @@
 #include <cerrno>
 
 using namespace OCamera;
+using tarvik::test::writeFile;
 using testing::HasSubstr;
-
-namespace {
-
 using Picture = std::vector<std::uint8_t>;
-
-} // namespace
 
 class ScenePictures : public CameraBench
 {
@@ -31,8 +27,8 @@ TEST_F(ScenePictures, PlayInTheOrderOfTheirNamesAndStartOver)
     writeUniform("b.pgm", {20});
     writeUniform("c.PGM", {30});
     writeUniform("a.ppm", {10, 10, 10});
-    std::ofstream(path("a-note.txt")) << "no picture";
-    set("OCAMERA_SCENE", _folder);
+    writeFile(_folder / "a-note.txt", "no picture");
+    set("OCAMERA_SCENE", _folder.path());
     const auto camera = running();
     for (const int grey : {10, 20, 30, 10, 20}) {
         EXPECT_EQ(fetched(*camera), Picture(PIXELS, static_cast<std::uint8_t>(grey)));
@@ -48,7 +44,7 @@ TEST_F(ScenePictures, MoreThanAreKeptInMemoryPlayAsWell)
     for (int i = 0; i < 70; ++i) {
         writeUniform(std::to_string(100 + i) + ".pgm", {static_cast<std::uint8_t>(i)});
     }
-    set("OCAMERA_SCENE", _folder);
+    set("OCAMERA_SCENE", _folder.path());
     const auto camera = running();
     for (int i = 0; i < 142; ++i) {
         ASSERT_EQ(fetched(*camera).at(5), i % 70);
@@ -82,10 +78,10 @@ TEST_F(ScenePictures, AreUntouchedAtTheSensorsSizeAndScaledOtherwise)
 
 TEST_F(ScenePictures, ThatCannotBeReadLookLikeAMissingSensorAndSaySo)
 {
-    set("OCAMERA_SCENE", path("nowhere"));
+    set("OCAMERA_SCENE", _folder / "nowhere");
     EXPECT_THAT(complaint(-ENODEV), HasSubstr("nowhere' does not exist. Name a picture"));
 
-    set("OCAMERA_SCENE", _folder);
+    set("OCAMERA_SCENE", _folder.path());
     EXPECT_THAT(complaint(-ENODEV), HasSubstr("holds no picture"));
 
     struct BrokenCase
@@ -105,8 +101,8 @@ TEST_F(ScenePictures, ThatCannotBeReadLookLikeAMissingSensorAndSaySo)
     };
     for (const BrokenCase& c : cases) {
         SCOPED_TRACE(c.why);
-        std::ofstream(path("broken.png")) << c.content;
-        set("OCAMERA_SCENE", path("broken.png"));
+        writeFile(_folder / "broken.png", c.content);
+        set("OCAMERA_SCENE", _folder / "broken.png");
         const std::string said = complaint(-ENODEV);
         EXPECT_THAT(said, HasSubstr("broken.png' cannot be read " + c.why));
         EXPECT_EQ(std::count(said.begin(), said.end(), '\n'), 1);
@@ -116,9 +112,9 @@ TEST_F(ScenePictures, ThatCannotBeReadLookLikeAMissingSensorAndSaySo)
 TEST_F(ScenePictures, ABrokenOneInTheMiddleCostsItsImageOnly)
 {
     writeUniform("a.pgm", {10});
-    std::ofstream(path("b.pgm")) << "P5 640 480 255\nends here";
+    writeFile(_folder / "b.pgm", "P5 640 480 255\nends here");
     writeUniform("c.pgm", {30});
-    set("OCAMERA_SCENE", _folder);
+    set("OCAMERA_SCENE", _folder.path());
     const auto camera = running();
     testing::internal::CaptureStderr();
     FrameHandle frame;

@@ -43,16 +43,29 @@ public:
         for (int i = 0; i < _size.width * _size.height; ++i) {
             if (at(i) == value) {
                 ++regions;
-                flood(i, value, 2);
+                flood(i, value);
             }
         }
         return regions;
     }
 
-    void flood(int start, std::uint8_t value, std::uint8_t paint)
+    [[nodiscard]] std::uint64_t digest() const // Fowler, Noll and Vo, variant 1a
     {
+        std::uint64_t hash = 0xCBF29CE484222325U;
+        for (const std::uint8_t byte : pixels) {
+            hash = (hash ^ byte) * 0x100000001B3U;
+        }
+        return hash;
+    }
+
+private:
+    std::uint8_t& at(int i) { return pixels[static_cast<std::size_t>(i)]; }
+
+    void flood(int start, std::uint8_t value)
+    {
+        constexpr std::uint8_t USED = 2;
         std::vector<int> open{start};
-        at(start) = paint;
+        at(start) = USED;
         while (!open.empty()) {
             const int x = open.back() % _size.width;
             const int y = open.back() / _size.width;
@@ -66,42 +79,13 @@ public:
                         ny >= _size.height || at(ny * _size.width + nx) != value) {
                         continue;
                     }
-                    at(ny * _size.width + nx) = paint;
+                    at(ny * _size.width + nx) = USED;
                     open.push_back(ny * _size.width + nx);
                 }
             }
         }
     }
 
-    /// Foreground only where the whole square of this half side is foreground.
-    [[nodiscard]] Picture eroded(int half) const
-    {
-        Picture thin(_size);
-        for (int y = half; y < _size.height - half; ++y) {
-            for (int x = half; x < _size.width - half; ++x) {
-                bool full = true;
-                for (int dy = -half; dy <= half && full; ++dy) {
-                    const auto row = pixels.begin() + (y + dy) * _size.width + x;
-                    full = std::find(row - half, row + half + 1, std::uint8_t{0}) == row + half + 1;
-                }
-                thin.at(y * _size.width + x) = full ? 1 : 0;
-            }
-        }
-        return thin;
-    }
-
-    [[nodiscard]] std::uint64_t digest() const // Fowler, Noll and Vo, variant 1a
-    {
-        std::uint64_t hash = 0xCBF29CE484222325U;
-        for (const std::uint8_t byte : pixels) {
-            hash = (hash ^ byte) * 0x100000001B3U;
-        }
-        return hash;
-    }
-
-    std::uint8_t& at(int i) { return pixels[static_cast<std::size_t>(i)]; }
-
-private:
     Size _size;
 
 public:
@@ -112,13 +96,6 @@ Picture grey(Scene& scene, std::uint32_t frame, Size size = SENSORS[0])
 {
     Picture picture(size);
     scene.grey(frame, size.width, size.height, picture.pixels);
-    return picture;
-}
-
-Picture colour(Scene& scene, std::uint32_t frame, Size size = SENSORS[0])
-{
-    Picture picture(size, 3);
-    scene.rgb(frame, size.width, size.height, picture.pixels);
     return picture;
 }
 
@@ -137,13 +114,21 @@ int pairsOf(const std::vector<ScenePart>& parts)
     return static_cast<int>(std::count_if(parts.begin(), parts.end(), touching)) / 2;
 }
 
-/// Belt and holes are all the background there is, but for a pixel that may be cut off where the
-/// gap between touching parts narrows to nothing.
-void expectHoles(Picture binary, const std::vector<ScenePart>& parts)
+/// Where their circumscribed circles come closest, in pixels; touching pairs aside.
+double leastGap(const std::vector<ScenePart>& parts, double unit)
 {
-    const int regions = binary.countRegions(0);
-    EXPECT_GE(regions, 1 + holesOf(parts));
-    EXPECT_LE(regions, 1 + holesOf(parts) + pairsOf(parts));
+    double least = 1000;
+    for (std::size_t i = 0; i < parts.size(); ++i) {
+        for (std::size_t k = 0; k < i; ++k) {
+            if (k + 1 != i || !parts[i].touching || !parts[k].touching) {
+                const int radii = shapeOf(parts[i].kind).radius + shapeOf(parts[k].kind).radius;
+                const int dx = parts[i].x - parts[k].x;
+                const int dy = parts[i].y - parts[k].y;
+                least = std::min(least, std::hypot(dx, dy) / 256 - radii * unit);
+            }
+        }
+    }
+    return least;
 }
 
 } // namespace
@@ -165,53 +150,29 @@ TEST(Scene, IsTheSameToTheBitEverywhere)
 {
     Scene scene;
     EXPECT_EQ(grey(scene, 100).digest(), 7494702688497433060U);
-    EXPECT_EQ(colour(scene, 12345, SENSORS[2]).digest(), 3045941063845090836U);
+    Picture colour(SENSORS[2], 3);
+    scene.rgb(12345, SENSORS[2].width, SENSORS[2].height, colour.pixels);
+    EXPECT_EQ(colour.digest(), 3045941063845090836U);
 }
 
 TEST(Scene, SegmentsIntoItsPartsAndHolesAtTheGreyThreshold)
 {
     for (const Size size : SENSORS) {
-        for (const int count : {1, 9, 12, 25}) {
+        for (const int count : {1, 12, 25}) {
             SCOPED_TRACE(testing::Message() << size.width << " wide, " << count << " parts");
             Scene scene({.parts = count, .standing = true});
             const auto frame = static_cast<std::uint32_t>(count);
             const auto parts = scene.parts(frame, size.width, size.height);
             EXPECT_EQ(static_cast<int>(parts.size()) - pairsOf(parts), count);
             Picture binary = grey(scene, frame, size).binarized();
-            expectHoles(binary, parts);
             EXPECT_EQ(binary.countRegions(1), count);
+            // Belt and holes are all the background there is, but for a pixel that may be cut off
+            // where the gap between touching parts narrows to nothing.
+            const int regions = binary.countRegions(0);
+            EXPECT_GE(regions, 1 + holesOf(parts));
+            EXPECT_LE(regions, 1 + holesOf(parts) + pairsOf(parts));
         }
     }
-}
-
-TEST(Scene, ShowsTheSameSilhouettesInColour)
-{
-    Scene scene({.standing = true});
-    const Picture rgb = colour(scene, 5);
-    Picture intensity(SENSORS[0]);
-    for (std::size_t i = 0; i < intensity.pixels.size(); ++i) {
-        const auto* p = rgb.pixels.data() + 3 * i;
-        intensity.pixels[i] = static_cast<std::uint8_t>((p[0] + 2 * p[1] + p[2] + 2) / 4);
-    }
-    EXPECT_EQ(intensity.binarized().countRegions(1), 9);
-    expectHoles(intensity.binarized(), scene.parts(5, 640, 480));
-}
-
-TEST(Scene, HangsTouchingPartsTogetherByANeckThatIsThinnerThanAnyPart)
-{
-    int pairs = 0;
-    for (std::uint32_t frame = 0; frame < 200; frame += 40) {
-        Scene scene({.seed = 3 + frame, .noise = 0, .standing = true});
-        const auto parts = scene.parts(frame, 640, 480);
-        pairs += pairsOf(parts);
-        Picture filled = grey(scene, frame).binarized();
-        filled.flood(0, 0, 2); // the belt around the parts; what background is left are holes
-        for (std::uint8_t& pixel : filled.pixels) {
-            pixel = pixel == 2 ? 0 : 1;
-        }
-        EXPECT_EQ(filled.eroded(5).countRegions(1), static_cast<int>(parts.size()));
-    }
-    EXPECT_GT(pairs, 2);
 }
 
 TEST(Scene, KeepsPartsApartHoweverTheyTurn)
@@ -221,19 +182,7 @@ TEST(Scene, KeepsPartsApartHoweverTheyTurn)
             const Scene scene({.parts = count});
             const double unit = size.width / 640.0 / 256 * (count > 12 ? 0.75 : 1);
             for (std::uint32_t frame = 0; frame < 3000; frame += 30) {
-                const auto parts = scene.parts(frame, size.width, size.height);
-                for (std::size_t i = 0; i < parts.size(); ++i) {
-                    for (std::size_t k = 0; k < i; ++k) {
-                        if (k + 1 == i && parts[i].touching && parts[k].touching) {
-                            continue;
-                        }
-                        const double dx = (parts[i].x - parts[k].x) / 256.0;
-                        const double dy = (parts[i].y - parts[k].y) / 256.0;
-                        const int radii =
-                            shapeOf(parts[i].kind).radius + shapeOf(parts[k].kind).radius;
-                        ASSERT_GT(std::hypot(dx, dy), radii * unit + 2);
-                    }
-                }
+                ASSERT_GT(leastGap(scene.parts(frame, size.width, size.height), unit), 2);
             }
         }
     }
@@ -257,36 +206,4 @@ TEST(Scene, BringsEveryKindAndPairsIntoViewEightToTenAtATime)
     }
     EXPECT_EQ(seen.size(), KINDS.size());
     EXPECT_GT(pairs, 20);
-}
-
-TEST(Scene, DrawsAPartWhereAndAsItSays)
-{
-    // The centroid of a picture's foreground, seen from the middle, turns with the part.
-    constexpr std::uint16_t QUARTER = 16384;
-    Scene scene({.noise = 0});
-    for (const Kind kind : KINDS) {
-        SCOPED_TRACE(shapeOf(kind).name);
-        const auto centroid = [&](std::uint16_t rotation) {
-            Picture picture({640, 480});
-            scene.greyPartAlone(kind, rotation, 640, 480, picture.pixels);
-            double sumX = 0;
-            double sumY = 0;
-            double sum = 0;
-            for (int i = 0; i < 640 * 480; ++i) {
-                if (picture.at(i) >= 128) {
-                    sumX += i % 640 + 0.5 - 320;
-                    sumY += i / 640 + 0.5 - 240;
-                    sum += 1;
-                }
-            }
-            return std::pair(sumX / sum, sumY / sum);
-        };
-        constexpr std::uint16_t OBLIQUE =
-            5461; // edges along the pixels would be rounded all one way
-        const auto [x, y] = centroid(OBLIQUE);
-        const auto [turnedX, turnedY] = centroid(OBLIQUE + QUARTER);
-        EXPECT_LT(std::hypot(x, y), 8) << "near the centroid of the outline";
-        EXPECT_NEAR(turnedX, -y, 0.3);
-        EXPECT_NEAR(turnedY, x, 0.3);
-    }
 }
