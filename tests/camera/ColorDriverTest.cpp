@@ -1,6 +1,4 @@
 #include "Support.h"
-#include "camera/CameraException.h"
-#include "support/Thrown.h"
 
 #include <gmock/gmock.h>
 
@@ -22,7 +20,6 @@ using test::configOf;
 using test::fetch;
 using test::makeDriver;
 using test::Pictures;
-using test::thrown;
 using testing::ElementsAre;
 using testing::ElementsAreArray;
 
@@ -148,32 +145,6 @@ TEST_F(ColorDriverTest, BinarizesATestImage)
     EXPECT_TRUE(fetch(*driver).original.empty());
     EXPECT_THAT(_log.lines(), ElementsAre("Image source overriden by user-defined image.",
                                           "Image source reset to internal image sensor."));
-}
-
-TEST_F(ColorDriverTest, RefusesTestImagesThatDoNotFit)
-{
-    struct Case
-    {
-        Image image;
-        const char* error;
-    };
-
-    constexpr const char* WRONG_KIND =
-        "Image has wrong format or color space. HSV/Planar required.";
-    Case cases[] = {
-        {Image(640, 480), "Cannot use grayscale images with a color camera."},
-        {Image(752, 480, 3, Format::Planar, ColorSpace::HSV),
-         "Image has wrong dimension: 752x480 (expected: 640x480)."},
-        {Image(640, 480, 3, Format::Planar, ColorSpace::RGB), WRONG_KIND},
-        {Image(640, 480, 3, Format::Interleaved, ColorSpace::HSV), WRONG_KIND},
-    };
-    const auto driver = makeDriver(R1C);
-    EXPECT_EQ(thrown<CameraException>([&] { driver->setSource(nullptr); }), "Camera not open.");
-    driver->open();
-    for (Case& c : cases) {
-        EXPECT_EQ(thrown<CameraException>([&] { driver->setSource(&c.image); }), c.error);
-        EXPECT_FALSE(driver->sourceOverridden());
-    }
 }
 
 } // namespace

@@ -1,7 +1,6 @@
 #include "Support.h"
 #include "camera/CameraException.h"
 #include "image/Binarization.h"
-#include "image/BinaryImage.h"
 #include "support/Thrown.h"
 
 #include <gmock/gmock.h>
@@ -93,68 +92,40 @@ TEST_F(GreyDriverTest, LooksForEitherChipOfTheWideSensor)
     {
         const char* what;
         const char* chip;
-        int failedCreation; ///< 1 or 2; 0: none
-        int failedOpen;
+        Operation fails;
+        int nth; ///< 0: nothing fails
+        std::size_t calls;
         std::string error;
-        std::vector<std::string> calls;
     };
 
+    const auto CREATE = Operation::CreateCameraInterface;
+    const std::string noOpen = libraryError("Open(_imageWidth * _imageHeight * 4)", EIO);
     const Case cases[] = {
-        {"MT9V023",
-         "MT9V023",
-         0,
-         0,
-         "(nothing thrown)",
-         {"CreateCameraInterface(7)", "Open(1443840)"}},
-        {"MT9V022",
-         "MT9V022",
-         0,
-         0,
-         "(nothing thrown)",
-         {"CreateCameraInterface(7)", "Open(1443840)", "CreateCameraInterface(6)",
-          "Open(1443840)"}},
-        {"no interface for the first",
-         "MT9V023",
-         1,
-         0,
-         "Couldn't load camera (MT9V023).",
-         {"CreateCameraInterface(7)"}},
-        {"no interface for the second",
-         "MT9V022",
-         2,
-         0,
-         "Couldn't load camera (MT9V022).",
-         {"CreateCameraInterface(7)", "Open(1443840)", "CreateCameraInterface(6)"}},
-        {"the second does not open",
-         "MT9V022",
-         0,
-         2,
-         libraryError("Open(_imageWidth * _imageHeight * 4)", EIO),
-         {"CreateCameraInterface(7)", "Open(1443840)", "CreateCameraInterface(6)",
-          "Open(1443840)"}},
+        {"the first", "MT9V023", CREATE, 0, 2, "(nothing thrown)"},
+        {"the second", "MT9V022", CREATE, 0, 4, "(nothing thrown)"},
+        {"no interface for the first", "MT9V023", CREATE, 1, 1, "Couldn't load camera (MT9V023)."},
+        {"none for the second", "MT9V022", CREATE, 2, 3, "Couldn't load camera (MT9V022)."},
+        {"the second does not open", "MT9V022", Operation::Open, 2, 4, noOpen},
     };
     for (const char* model : {R3B, "R3C Grayscale (752x480)", "R3C (752x480)"}) {
         for (const Case& c : cases) {
             SCOPED_TRACE(std::string(model) + ": " + c.what);
             resetSimulation();
             setEnvironment("OCAMERA_SENSOR", c.chip);
-            if (c.failedCreation > 0) {
-                failCall(Operation::CreateCameraInterface, c.failedCreation, EIO);
-            }
-            if (c.failedOpen > 0) {
-                failCall(Operation::Open, c.failedOpen, EIO);
+            if (c.nth > 0) {
+                failCall(c.fails, c.nth, EIO);
             }
             const auto driver = makeDriver(model);
             recordCalls();
             EXPECT_EQ(thrown<CameraException>([&] { driver->open(); }), c.error);
+            std::vector<std::string> expected{"CreateCameraInterface(7)", "Open(1443840)",
+                                              "CreateCameraInterface(6)", "Open(1443840)"};
+            expected.resize(c.calls);
             auto calls = recordedCalls();
-            calls.resize(std::min(calls.size(), c.calls.size()));
-            EXPECT_EQ(calls, c.calls);
+            calls.resize(std::min(calls.size(), expected.size()));
+            EXPECT_EQ(calls, expected);
         }
     }
-    resetSimulation();
-    failCall(Operation::CreateCameraInterface, 1, EIO);
-    EXPECT_EQ(thrown<CameraException>([&] { makeDriver(R2B)->open(); }), "Couldn't load camera.");
 }
 
 TEST_F(GreyDriverTest, AppliesWhatDiffers)
@@ -225,23 +196,6 @@ TEST_F(GreyDriverTest, BinarizesTheSameInFpgaAndSoftware)
     }
 }
 
-TEST_F(GreyDriverTest, SoftwareBinarizationTakesBothBoundsIn)
-{
-    CameraConfiguration config;
-    config.thresholdLow = 128;
-    config.thresholdHigh = 200;
-    Image grey(4, 1);
-    std::ranges::copy(std::array<std::uint8_t, 4>{127, 128, 200, 201}, grey.data());
-    image::BinaryImage binary;
-    const auto driver = makeDriver(config);
-    driver->encodeImage(grey, binary);
-    EXPECT_THAT(binary.bytes(), ElementsAre(0, 255, 255, 0));
-    config.invert = true;
-    driver->setConfig(config);
-    driver->encodeImage(grey, binary);
-    EXPECT_THAT(binary.bytes(), ElementsAre(255, 0, 0, 255));
-}
-
 TEST_F(GreyDriverTest, WritesATestImageStepByStep)
 {
     const auto driver = makeDriver(R1B);
@@ -280,18 +234,39 @@ TEST_F(GreyDriverTest, TakesTestImagesOfAnyAlignment)
 
 TEST_F(GreyDriverTest, RefusesTestImagesThatDoNotFit)
 {
-    Image color(640, 480, 3, Format::Planar, ColorSpace::HSV);
-    Image vga(640, 480);
-    const auto driver = makeDriver(R2B);
-    EXPECT_EQ(thrown<CameraException>([&] { driver->setSource(&vga); }), "Camera not open.");
-    driver->open();
-    recordCalls();
-    EXPECT_EQ(thrown<CameraException>([&] { driver->setSource(&color); }),
-              "Cannot use color images with a monochrome camera.");
-    EXPECT_EQ(thrown<CameraException>([&] { driver->setSource(&vga); }),
-              "Image has wrong dimension: 640x480 (expected: 1280x1024).");
-    EXPECT_THAT(recordedCalls(), ElementsAre());
-    EXPECT_FALSE(driver->sourceOverridden());
+    struct Case
+    {
+        const char* model;
+        Image image;
+        const char* error;
+    };
+
+    constexpr const char* R1C = "R1C (640x480)";
+    constexpr const char* WRONG_KIND =
+        "Image has wrong format or color space. HSV/Planar required.";
+    const auto colored = [](std::uint16_t width, Format format, ColorSpace space) {
+        return Image(width, 480, 3, format, space);
+    };
+    Case cases[] = {
+        {R2B, colored(640, Format::Planar, ColorSpace::HSV),
+         "Cannot use color images with a monochrome camera."},
+        {R2B, Image(640, 480), "Image has wrong dimension: 640x480 (expected: 1280x1024)."},
+        {R1C, Image(640, 480), "Cannot use grayscale images with a color camera."},
+        {R1C, colored(752, Format::Planar, ColorSpace::HSV),
+         "Image has wrong dimension: 752x480 (expected: 640x480)."},
+        {R1C, colored(640, Format::Planar, ColorSpace::RGB), WRONG_KIND},
+        {R1C, colored(640, Format::Interleaved, ColorSpace::HSV), WRONG_KIND},
+    };
+    for (Case& c : cases) {
+        const auto driver = makeDriver(c.model);
+        const auto show = [&] { driver->setSource(&c.image); };
+        EXPECT_EQ(thrown<CameraException>(show), "Camera not open.");
+        driver->open();
+        recordCalls();
+        EXPECT_EQ(thrown<CameraException>(show), c.error);
+        EXPECT_THAT(recordedCalls(), ElementsAre());
+        EXPECT_FALSE(driver->sourceOverridden());
+    }
 }
 
 TEST_F(GreyDriverTest, SaysWhyThereIsNoFrame)

@@ -98,11 +98,16 @@ public:
 
     void clear() { _lines.clear(); }
 
+    std::function<void(const std::string& line)> onLine; ///< set while no camera is open
+
 private:
     void onEvent(logging::LogEvent& event) override
     {
         if (*event.logName == "Camera") {
             _lines.add(event.entry->message);
+            if (onLine) {
+                onLine(event.entry->message);
+            }
         }
     }
 
