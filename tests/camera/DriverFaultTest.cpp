@@ -130,25 +130,21 @@ protected:
 
     [[nodiscard]] std::vector<Phase> phases()
     {
-        const auto set = [this](const CameraConfiguration& c) {
-            return [this, &c] { _driver->setConfig(c); };
-        };
-        const auto update = [this](bool wanted) {
-            return [this, wanted] { _driver->update(wanted); };
-        };
-        const auto show = [this](Image* image) {
-            return [this, image] { _driver->setSource(image); };
-        };
+        const auto wanted = [this] { _driver->update(true); };
+        const auto unwanted = [this] { _driver->update(false); };
+        const auto shown = [this] { _driver->setSource(&_picture); };
+        const auto hidden = [this] { _driver->setSource(nullptr); };
         const auto take = [this] { static_cast<void>(fetch(*_driver)); };
         return {
             {"open", [this] { _driver = makeDriver(GetParam()); }, [this] { _driver->open(); }},
-            {"settings", set(_config), set(_changed)},
-            {"streaming on", update(false), update(true)},
-            {"streaming off", update(true), update(false)},
-            {"fetch", update(false), take},
-            {"fetch while streaming", update(true), take},
-            {"test image", show(nullptr), show(&_picture)},
-            {"sensor again", show(&_picture), show(nullptr)},
+            {"settings", [this] { _driver->setConfig(_config); },
+             [this] { _driver->setConfig(_changed); }},
+            {"streaming on", unwanted, wanted},
+            {"streaming off", wanted, unwanted},
+            {"fetch", unwanted, take},
+            {"fetch while streaming", wanted, take},
+            {"test image", hidden, shown},
+            {"sensor again", shown, hidden},
             {"close", [this] { reopen(); }, [this] { _driver->close(); }},
         };
     }

@@ -141,20 +141,16 @@ TEST_F(GreyDriverTest, AppliesWhatDiffers)
         {"a threshold",
          [](auto& c) { c.thresholdLow = 100; },
          {"SetFilter(1, 0)", "SetBinarization(1, {0, 2, 100, 255})", "PurgeImages()"}},
-        {"the trigger and the inversion",
+        {"everything",
          [](auto& c) {
              c.triggerMode = 1;
+             c.shutterTime = 5000;
+             c.gain = 1;
              c.invert = true;
          },
          {"SetAcquisitionMode(1)", "SetTriggerSource(2, 1)", "SetAcquisitionMode(2)",
-          "SetFilter(1, 0)", "SetBinarization(1, {1, 2, 128, 255})", "PurgeImages()"}},
-        {"shutter time and gain",
-         [](auto& c) {
-             c.shutterTime = 5000;
-             c.gain = 1;
-         },
-         {"SetShutterTime(5000)", "SetGain(1)", "SetFilter(1, 0)",
-          "SetBinarization(1, {0, 2, 128, 255})", "PurgeImages()"}},
+          "SetShutterTime(5000)", "SetGain(1)", "SetFilter(1, 0)",
+          "SetBinarization(1, {1, 2, 128, 255})", "PurgeImages()"}},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.what);
@@ -279,10 +275,8 @@ TEST_F(GreyDriverTest, SaysWhyThereIsNoFrame)
     };
 
     const Case cases[] = {
-        {0, -ETIME, "Timeout on GetImage()."},
         {1, -ETIME, "Timeout on GetImage(). Please check external trigger signal."},
         {2, -ETIME, "Timeout on GetImage()."},
-        {0, -EIO, "GetImage() returned error code: -5"},
         {0, 1000, "GetImage() returned error code: 1000"},
         {0, 0, "GetImage() returned no pixels."},
     };

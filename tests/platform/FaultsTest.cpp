@@ -83,29 +83,3 @@ TEST_F(Faults, ComeThroughAPipe)
         EXPECT_TRUE(pipe.read().empty()) << line;
     }
 }
-
-TEST_F(Faults, RecordCallsWithTheirArguments)
-{
-    const auto camera = running();
-    recordCalls();
-    failCall(Operation::SetFrequency, 1, EIO);
-    (void)camera->SetCameraWindow(0, 0, 640, 480);
-    (void)camera->SetFrequency(FREQU_60MHz);
-    (void)camera->SetTriggerSource(TRIG_SRC_EXTERNAL_E0, 1);
-    const BinarizationParameters window{0, 2, 128, 255};
-    (void)camera->SetBinarization(true, &window);
-    (void)camera->SetBinarization(false);
-    const NeighbourhoodParameters code{2, 0x8000FF80U, 0};
-    (void)camera->SetFilter(FILTER_NEIGHBOURHOOD, &code);
-    (void)camera->SetFilter(FILTER_OFF);
-    const std::vector<std::string> expected{
-        "SetCameraWindow(0, 0, 640, 480)",
-        "SetFrequency(3)",
-        "SetTriggerSource(2, 1)",
-        "SetBinarization(1, {0, 2, 128, 255})",
-        "SetBinarization(0, 0)",
-        "SetFilter(8, {2, 2147549056, 0})",
-        "SetFilter(0, 0)",
-    };
-    EXPECT_EQ(recordedCalls(), expected);
-}

@@ -255,10 +255,9 @@ TEST_F(SimulatedCameraTest, EndsWaitsFromAnotherThread)
     EXPECT_EQ(camera->GetImage(&frame), -EINTR) << "also where there is nothing to wait for";
 }
 
-TEST_F(SimulatedCameraTest, ShowsTheImageMemoryThroughTheSameFilter)
+TEST_F(SimulatedCameraTest, ShowsTheImageMemoryInTheSensorsPlace)
 {
     const auto camera = running();
-    const Picture sensor = fetched(*camera);
     AlignedPicture test;
     for (std::size_t i = 0; i < PIXELS; ++i) {
         test.pixels[i] = static_cast<std::uint8_t>(i % 256);
@@ -266,29 +265,10 @@ TEST_F(SimulatedCameraTest, ShowsTheImageMemoryThroughTheSameFilter)
     const Picture grey(test.pixels.begin(), test.pixels.end());
     ASSERT_EQ(camera->WriteImageRAM(test.pixels.data(), 0, PIXELS), 0);
     ASSERT_EQ(camera->SetupImageCorrection(true, CORRECTION_REPLACE, 0, PIXELS, 1), 0);
-    EXPECT_EQ(fetched(*camera), grey);
-
     const BinarizationParameters window{1, 2, 100, 200};
     ASSERT_EQ(camera->SetBinarization(true, &window), 0);
     EXPECT_EQ(fetched(*camera), grey) << "the filter is still off";
-    ASSERT_EQ(camera->SetFilter(FILTER_BINARIZE_ONLY), 0);
-    const Picture binary = fetched(*camera);
-    ASSERT_EQ(binary.size(), PIXELS);
-    EXPECT_EQ(binary[99], 255);
-    EXPECT_EQ(binary[100], 0);
-    EXPECT_EQ(binary[200], 0);
-    EXPECT_EQ(binary[201], 255);
-
-    loadNeighbourhoodDesign(true);
-    const NeighbourhoodParameters code{2, 100U | 200U << 8 | 1U << 31, 0};
-    ASSERT_EQ(camera->SetFilter(FILTER_NEIGHBOURHOOD, &code), 0);
-    const Picture contour = fetched(*camera);
-    ASSERT_EQ(contour.size(), PIXELS);
-    // Grey values repeat every 256 pixels, and from row to row they are shifted by 128.
-    EXPECT_EQ(contour[100 + 640 * 2], 8U) << "alone at the left end: background above and below";
-
     ASSERT_EQ(camera->SetupImageCorrection(false, CORRECTION_REPLACE, 0, 0, 1), 0);
-    ASSERT_EQ(camera->SetFilter(FILTER_OFF), 0);
     EXPECT_NE(fetched(*camera), grey) << "the sensor again";
 }
 
