@@ -20,7 +20,6 @@ namespace tarvik::camera {
 namespace {
 
 using namespace OCamera::simulated;
-using image::Image;
 using test::configOf;
 using test::eventually;
 
@@ -99,29 +98,18 @@ const char* otherModel(std::string_view model)
     return model == "R1B (640x480)" ? "R1C Grayscale (640x480)" : "R1B (640x480)";
 }
 
-class CameraFaultTest : public test::SimulationTest, public testing::WithParamInterface<const char*>
+class CameraFaultTest : public test::ModelTest
 {
 protected:
-    CameraFaultTest()
-    {
-        const test::Driver driver = test::makeDriver(_config);
-        showBlackScene(*driver);
-        _loader.provideDesign();
-        loadNeighbourhoodDesign(true);
-        driver->open();
-        _coloured = driver->isColored();
-        _picture = test::pictureFor(*driver);
-        _camera.addListener(&_images);
-    }
+    CameraFaultTest() { _camera.addListener(&_images); }
 
     /// The operations that the model has a use for.
     [[nodiscard]] std::vector<Operation> operationsUsed()
     {
-        const test::Driver driver = test::makeDriver(_config);
-        driver->open();
-        static_cast<void>(test::fetch(*driver));
-        driver->setSource(&_picture);
-        driver->close();
+        _driver->open();
+        static_cast<void>(test::fetch(*_driver));
+        _driver->setSource(&_picture);
+        _driver->close();
         std::vector<Operation> used;
         for (std::size_t i = 0; i < OPERATION_COUNT; ++i) {
             if (callCount(static_cast<Operation>(i)) > 0) {
@@ -194,16 +182,13 @@ protected:
             return false;
         case Operation::SetFilter:
         case Operation::SetBinarization:
-            return _coloured;
+            return _driver->isColored();
         default:
             return true;
         }
     }
 
-    const CameraConfiguration _config = configOf(GetParam());
     const CameraConfiguration _other = configOf(otherModel(GetParam()));
-    bool _coloured = false;
-    Image _picture;
     Images _images;
     Camera _camera;
 };

@@ -21,9 +21,6 @@ namespace tarvik::camera {
 namespace {
 
 using namespace OCamera::simulated;
-using image::Image;
-using test::configOf;
-using test::Driver;
 using test::fetch;
 using test::libraryError;
 using test::makeDriver;
@@ -100,14 +97,11 @@ std::vector<Call> recordedPhase(const std::function<void()>& act)
 }
 
 /// A driver of one model through its life, step by step.
-class DriverFaultTest : public test::SimulationTest, public testing::WithParamInterface<const char*>
+class DriverFaultTest : public test::ModelTest
 {
 protected:
-    DriverFaultTest() : _driver(makeDriver(GetParam())), _picture(test::pictureFor(*_driver))
+    DriverFaultTest()
     {
-        showBlackScene(*_driver);
-        _loader.provideDesign();
-        loadNeighbourhoodDesign(true);
         _changed.triggerMode = 1;
         _changed.shutterTime = 5000;
         _changed.gain = 9;
@@ -218,9 +212,6 @@ protected:
         static_cast<void>(fetch(*_driver));
     }
 
-    Driver _driver;
-    Image _picture;
-    const CameraConfiguration _config = configOf(GetParam());
     CameraConfiguration _changed = _config;
 };
 

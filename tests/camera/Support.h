@@ -218,6 +218,30 @@ inline Driver makeDriver(const char* model)
     return makeDriver(configOf(model));
 }
 
+/// A test image of the kind that the driver takes.
+inline image::Image pictureFor(const camera::CameraImpl& driver)
+{
+    return driver.isColored() ? image::Image(driver.imageWidth(), driver.imageHeight(), 3,
+                                             image::Format::Planar, image::ColorSpace::HSV)
+                              : image::Image(driver.imageWidth(), driver.imageHeight());
+}
+
+/// A model, with everything that it can use.
+class ModelTest : public SimulationTest, public testing::WithParamInterface<const char*>
+{
+protected:
+    ModelTest() : _driver(makeDriver(GetParam())), _picture(pictureFor(*_driver))
+    {
+        showBlackScene(*_driver);
+        _loader.provideDesign();
+        OCamera::simulated::loadNeighbourhoodDesign(true);
+    }
+
+    Driver _driver;
+    image::Image _picture;
+    const camera::CameraConfiguration _config = configOf(GetParam());
+};
+
 inline std::vector<std::uint8_t> bytesOf(const image::Image& image)
 {
     return {image.bytes().begin(), image.bytes().end()};
@@ -258,14 +282,6 @@ inline std::string libraryError(const std::string& call, int error)
 {
     return "Camera error while executing: '" + call +
            "'. Details: " + std::generic_category().message(error);
-}
-
-/// A test image of the kind that the driver takes.
-inline image::Image pictureFor(const camera::CameraImpl& driver)
-{
-    return driver.isColored() ? image::Image(driver.imageWidth(), driver.imageHeight(), 3,
-                                             image::Format::Planar, image::ColorSpace::HSV)
-                              : image::Image(driver.imageWidth(), driver.imageHeight());
 }
 
 inline void fillRandomly(image::Image& image, unsigned seed)
