@@ -150,31 +150,6 @@ TEST_F(CameraTest, OpensAgainAfterAFailureAndAfterClosing)
     }
 }
 
-TEST_F(CameraTest, ServesEverybodyWhileItWaitsForATrigger)
-{
-    CameraConfiguration config = configOf(R1B);
-    config.triggerMode = 1; // the trigger does not come
-    _camera.open(&config);
-    waitForCall(Operation::GetImage);
-    EXPECT_EQ(_camera.config(), config);
-    EXPECT_EQ(_camera.imageWidth(), 640);
-    Image testImage(640, 480);
-    _camera.setSource(&testImage);
-    waitForCall(Operation::GetImage, 2);
-    _camera.update(true);
-    waitForCall(Operation::GetImage, 3);
-    config = configOf(R1B);
-    config.gain = 9;
-    _camera.setConfig(config);
-    EXPECT_EQ(_camera.latestConfig(), config);
-    EXPECT_TRUE(_log.waitFor("Config changed."));
-    EXPECT_EQ(_camera.config(), config);
-    EXPECT_TRUE(_recorder.seesSource(0));
-    _camera.close();
-    EXPECT_THAT(_log.lines(), testing::Not(Contains(testing::HasSubstr("Timeout"))))
-        << "no change waited for the read time-out";
-}
-
 TEST_F(CameraTest, DeliversOnlyImagesOfTheNewModel)
 {
     _camera.setConfig(configOf(R1B));
@@ -381,31 +356,51 @@ TEST_F(CameraTest, AppliesTheWishForOriginalsTogetherWithATestImage)
     }
 }
 
-/// Waits until it is told to stop, or as good as for ever.
+/// Waits until it is told to stop, or longer than a test does.
 class PatientDriver : public sbo::SBOCCR1B
 {
 public:
     void getImages(Image** original, Image** binary) override
     {
-        log(logging::LogLevel::Info, "Waiting.");
         *original = nullptr;
         *binary = nullptr;
-        static_cast<void>(_cancelled.wait(5 * test::DEADLINE / std::chrono::milliseconds(1)));
+        ++waits;
+        static_cast<void>(_cancelled.wait(2 * test::DEADLINE / std::chrono::milliseconds(1)));
     }
 
     void cancelWait() override { _cancelled.set(); }
+
+    void resumeWait() override { _cancelled.clear(); }
+
+    static inline std::atomic<int> waits{0};
 
 private:
     concurrent::WakeUp _cancelled;
 };
 
-TEST_F(CameraTest, EndsTheWaitForAnImageToClose)
+TEST_F(CameraTest, EndsTheWaitForAnImageForEveryChangeAndToClose)
 {
     static const CameraFactory::TypedImplementation<PatientDriver> patient("Patient", "");
+    auto waitsAgain = [before = PatientDriver::waits.load()]() mutable {
+        ++before;
+        return test::eventually([&] { return PatientDriver::waits == before; });
+    };
     CameraConfiguration config;
     config.setImplementation(&patient);
     _camera.open(&config);
-    EXPECT_TRUE(_log.waitFor("Waiting."));
+    ASSERT_TRUE(waitsAgain());
+    EXPECT_EQ(_camera.config(), config) << "queries do not wait";
+    Image testImage(640, 480);
+    _camera.setSource(&testImage);
+    ASSERT_TRUE(waitsAgain());
+    EXPECT_TRUE(_camera.sourceOverridden());
+    _camera.update(true);
+    ASSERT_TRUE(waitsAgain());
+    config.gain = 9;
+    _camera.setConfig(config);
+    EXPECT_EQ(_camera.latestConfig(), config);
+    ASSERT_TRUE(waitsAgain());
+    EXPECT_EQ(_camera.config(), config);
     EXPECT_TRUE(test::endsInTime(test::inBackground([&] { _camera.close(); })));
 }
 
