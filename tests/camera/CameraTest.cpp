@@ -404,6 +404,16 @@ TEST_F(CameraTest, EndsTheWaitForAnImageForEveryChangeAndToClose)
     EXPECT_TRUE(test::endsInTime(test::inBackground([&] { _camera.close(); })));
 }
 
+TEST_F(CameraTest, DeliversImagesAgainAfterAWaitForATrigger)
+{
+    CameraConfiguration config = configOf(R1B);
+    config.triggerMode = 1; // the trigger does not come
+    _camera.open(&config);
+    waitForCall(Operation::GetImage);
+    _camera.setConfig(configOf(R1B));
+    EXPECT_TRUE(_recorder.sees([](const Shown&) { return true; }));
+}
+
 TEST_F(CameraTest, EndsThePauseAfterAFailureToClose)
 {
     showBlackScene(*test::makeDriver(R1B));
