@@ -1,47 +1,23 @@
+#include "support/OperatorNew.h"
 #include "support/SceneChain.h"
 
 #include <gtest/gtest.h>
 
 #include <atomic>
 #include <cstdint>
-#include <cstdlib>
-#include <new>
 
-// The whole program counts. The sanitizers bring operators of their own, which must stay.
-#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
-
+namespace tarvik::test {
 namespace {
 
 std::atomic<std::uint64_t> allocations{0};
 
-void* counted(std::size_t size)
-{
-    ++allocations;
-    void* const memory = std::malloc(size == 0 ? 1 : size);
-    if (memory == nullptr) {
-        throw std::bad_alloc();
-    }
-    return memory;
-}
-
 } // namespace
 
-void* operator new(std::size_t size)
+void beforeAllocation()
 {
-    return counted(size);
+    ++allocations;
 }
 
-void operator delete(void* memory) noexcept
-{
-    std::free(memory);
-}
-
-void operator delete(void* memory, std::size_t /*size*/) noexcept
-{
-    std::free(memory);
-}
-
-namespace tarvik::test {
 namespace {
 
 /// Allocations of a thousand images after a few to warm up.
@@ -86,5 +62,3 @@ TEST(Allocation, HappensForNoImage)
 
 } // namespace
 } // namespace tarvik::test
-
-#endif

@@ -4,6 +4,7 @@
 #include "server/FreePorts.h"
 #include "server/Server.h"
 #include "support/Eventually.h"
+#include "support/OperatorNew.h"
 #include "support/TemporaryFolder.h"
 
 #include <sys/socket.h>
@@ -27,40 +28,20 @@
 // must neither crash nor hang; it serves the next client, or ends with a message, and the settings
 // are still there. Usage: allocation-failure [STEP]    every STEP-th allocation; 1 unless given
 
+namespace tarvik::test {
 namespace {
 
 std::atomic<long> untilFailure{0}; ///< 0: none fails
 
-void* allocated(std::size_t size)
+} // namespace
+
+void beforeAllocation()
 {
     if (untilFailure > 0 && --untilFailure == 0) {
         throw std::bad_alloc();
     }
-    void* const memory = std::malloc(size == 0 ? 1 : size);
-    if (memory == nullptr) {
-        throw std::bad_alloc();
-    }
-    return memory;
 }
 
-} // namespace
-
-void* operator new(std::size_t size)
-{
-    return allocated(size);
-}
-
-void operator delete(void* memory) noexcept
-{
-    std::free(memory);
-}
-
-void operator delete(void* memory, std::size_t /*size*/) noexcept
-{
-    std::free(memory);
-}
-
-namespace tarvik::test {
 namespace {
 
 using com::server::Server;
