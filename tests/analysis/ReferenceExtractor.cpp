@@ -41,19 +41,19 @@ public:
         if (points.size() + 1 >= _capacity) {
             return;
         }
-        if (_pending && goesOn(direction, length)) {
+        const bool straight = _pending && goesOn(direction, length);
+        if (straight) {
             advance(direction, length);
-            emitPoint();
-            _pending = false;
-            return;
         }
         if (_pending) {
             emitPoint();
         }
-        _direction = direction;
-        _length = length;
-        advance(direction, length);
-        _pending = true;
+        _pending = !straight;
+        if (_pending) {
+            _direction = direction;
+            _length = length;
+            advance(direction, length);
+        }
     }
 
     void emitPoint() { points.push_back(Point::fromRaw(low16(_x >> 14), low16(_y >> 14))); }
