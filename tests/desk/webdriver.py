@@ -147,15 +147,14 @@ class Browser:
     def key(self, css, key):
         self._touch(css, "value", {"text": key})
 
-    def _touch(self, css, how, body, seconds=20):
-        end = time.monotonic() + seconds
-        while True:
+    def _touch(self, css, how, body):
+        def touched():
             try:
-                return self._do("POST", f"/element/{self.find(css)}/{how}", body)
+                self._do("POST", f"/element/{self.find(css)}/{how}", body)
+                return True
             except NotNow:
-                if time.monotonic() > end:
-                    raise
-                time.sleep(0.02)
+                return False
+        wait_for(f"{css} where it can be reached", touched)
 
     def complaints(self):
         """What the browser's console has complained about since the last call."""

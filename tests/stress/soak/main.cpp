@@ -1,3 +1,4 @@
+#include "core/logging/Log.h"
 #include "io/net/UDPSocket.h"
 #include "stress/soak/Loads.h"
 #include "stress/soak/Trend.h"
