@@ -3,7 +3,7 @@
 #include "database/comparators/AdvancedComparator.h"
 #include "lab/Parts.h"
 #include "server/ServerFixture.h"
-#include "stress/soak/NumberedPicture.h"
+#include "support/NumberedPicture.h"
 
 #include <gtest/gtest.h>
 
@@ -151,10 +151,10 @@ TEST_F(ClientRoundTripTest, LabGetsTheResultOfItsOwnImage)
 /// Whether original and binarized image, frame and matchings are all of one numbered picture.
 bool belongTogether(const com::StreamContents& result)
 {
-    const auto number = soak::numberOf(result.originalImage);
+    const auto number = test::numberOf(result.originalImage);
     const image::Image& binary = result.binaryImage;
-    return number && soak::numberOf(binary) == number &&
-           soak::numberOf(result.frame, binary.width(), binary.height()) == number &&
+    return number && test::numberOf(binary) == number &&
+           test::numberOf(result.frame, binary.width(), binary.height()) == number &&
            result.matchings.count() == result.frame.objectCount() &&
            result.matchings[0].position.re.toDouble() ==
                result.frame.object(0).polygon().position().re.toDouble();
@@ -167,7 +167,7 @@ TEST_F(ClientRoundTripTest, PartsOfAStreamBelongToOneImage)
     std::atomic<int> torn{0};
     control->onResult([&](const ControlClient::Result& result) {
         // The sensor's own images at the beginning carry no number.
-        if (result->settings == everything && soak::numberOf(result->originalImage)) {
+        if (result->settings == everything && test::numberOf(result->originalImage)) {
             ++streamed;
             torn += belongTogether(*result) ? 0 : 1;
         }
@@ -176,9 +176,9 @@ TEST_F(ClientRoundTripTest, PartsOfAStreamBelongToOneImage)
     lab->setStreaming(everything);
     control->connect();
     control->setStreaming(everything);
-    for (soak::PictureNumber number = 0; number < 128 || streamed < 256; ++number) {
-        const auto result = lab->analyze(soak::numberedPicture(number, 640, 480, false));
-        ASSERT_EQ(soak::numberOf(result->originalImage), number) << "another picture's result";
+    for (test::PictureNumber number = 0; number < 128 || streamed < 256; ++number) {
+        const auto result = lab->analyze(test::numberedPicture(number, 640, 480, false));
+        ASSERT_EQ(test::numberOf(result->originalImage), number) << "another picture's result";
         ASSERT_TRUE(belongTogether(*result)) << number;
     }
     control->disconnect();

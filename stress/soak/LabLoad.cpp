@@ -1,4 +1,4 @@
-#include "stress/soak/Loads.h"
+#include "soak/Loads.h"
 
 #include <cstdio>
 #include <string>

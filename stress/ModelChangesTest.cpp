@@ -1,3 +1,4 @@
+#include "Digest.h"
 #include "camera/CameraException.h"
 #include "camera/CameraFactory.h"
 #include "client/ControlClient.h"
@@ -8,7 +9,6 @@
 #include "server/FreePorts.h"
 #include "server/ProcessUse.h"
 #include "server/Server.h"
-#include "stress/Digest.h"
 #include "support/Eventually.h"
 #include "support/TemporaryFolder.h"
 

@@ -16,7 +16,7 @@
 #include <vector>
 
 /// Takes one picture of every kind that the camera models deliver, for docs/operating.md; called
-/// by scripts/model-pictures. No test: it needs the drivers and the writing of PNG files together.
+/// by scripts/model-pictures.
 
 namespace {
 

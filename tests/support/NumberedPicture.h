@@ -9,7 +9,7 @@
 /// Pictures that carry a number in their pixels: a row of 18 square blocks, the outermost always
 /// there and one for each bit that is set between them. The number can be read from whatever the
 /// camera makes of the picture, so that every result shows of which picture it is.
-namespace tarvik::soak {
+namespace tarvik::test {
 
 /// 16 bits.
 using PictureNumber = std::uint16_t;
@@ -26,4 +26,4 @@ using PictureNumber = std::uint16_t;
 [[nodiscard]] std::optional<PictureNumber> numberOf(const analysis::Frame& frame,
                                                     std::uint16_t width, std::uint16_t height);
 
-} // namespace tarvik::soak
+} // namespace tarvik::test

@@ -1,5 +1,5 @@
 #include "ocamera/simulated/Faults.h"
-#include "stress/soak/Loads.h"
+#include "soak/Loads.h"
 
 #include <algorithm>
 #include <array>

@@ -1,11 +1,11 @@
-#include "stress/soak/NumberedPicture.h"
+#include "support/NumberedPicture.h"
 
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstddef>
 
-namespace tarvik::soak {
+namespace tarvik::test {
 
 namespace {
 
@@ -95,4 +95,4 @@ std::optional<PictureNumber> numberOf(const analysis::Frame& frame, std::uint16_
     return numberOfSlots(slots);
 }
 
-} // namespace tarvik::soak
+} // namespace tarvik::test

@@ -5,9 +5,9 @@
 #include "client/ControlClient.h"
 #include "client/LabClient.h"
 #include "io/net/UDPSocket.h"
-#include "stress/soak/NumberedPicture.h"
-#include "stress/soak/Score.h"
-#include "stress/soak/ServerProcess.h"
+#include "soak/Score.h"
+#include "soak/ServerProcess.h"
+#include "support/NumberedPicture.h"
 
 #include <atomic>
 #include <cstdint>
@@ -20,6 +20,10 @@
 /// Those who use the server all at once. Each has a run() for a thread of its own that returns when
 /// the score says that it is time, having disconnected.
 namespace tarvik::soak {
+
+using test::numberedPicture;
+using test::numberOf;
+using test::PictureNumber;
 
 /// What the loads know of each other.
 struct Stage

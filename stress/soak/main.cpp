@@ -1,7 +1,7 @@
 #include "core/logging/Log.h"
 #include "io/net/UDPSocket.h"
-#include "stress/soak/Loads.h"
-#include "stress/soak/Trend.h"
+#include "soak/Loads.h"
+#include "soak/Trend.h"
 
 #include <netinet/in.h>
 #include <sys/socket.h>

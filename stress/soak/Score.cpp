@@ -1,4 +1,4 @@
-#include "stress/soak/Score.h"
+#include "soak/Score.h"
 
 #include <iostream>
 

@@ -1,4 +1,4 @@
-#include "stress/soak/ServerProcess.h"
+#include "soak/ServerProcess.h"
 
 #include "configuration/ConfigurationFile.h"
 
