@@ -10,9 +10,11 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <thread>
 #include <vector>
 
 using namespace tarvik;
@@ -53,16 +55,19 @@ public:
     std::atomic<std::int32_t> acted{0};
 };
 
-/// More than any socket buffers.
+/// 64 MB in many writes: more than any socket buffers.
 class Huge : public Message
 {
 public:
     Huge() : Message("Huge", Type::Notification) {}
 
-    void send(Encoder& encoder) const override { encoder.bytes("data", std::span(_bytes)); }
-
-private:
-    std::vector<std::uint8_t> _bytes = std::vector<std::uint8_t>(std::size_t{64} << 20U);
+    void send(Encoder& encoder) const override
+    {
+        const std::vector<std::uint8_t> bytes(std::size_t{1} << 16U);
+        for (int i = 0; i < 1024; ++i) {
+            encoder.bytes("data", std::span(bytes));
+        }
+    }
 };
 
 /// Writes a part and fails.
@@ -229,6 +234,23 @@ TEST(Com, AWriterStuckAtAPeerThatDoesNotReadKeepsNobodyElse)
     EXPECT_EQ(writer.get().substr(0, 19), "Couldn't send data.");
     peers.raw.close();
     peers.connect();
+}
+
+TEST(Com, AWriterGivesUpAtAPeerThatReadsForEver)
+{
+    Peers peers;
+    auto reader = inBackground([&] {
+        return failure([&] {
+            while (true) { // never a stall: a quarter of a minute for the whole message
+                peers.read(4096);
+                std::this_thread::sleep_for(std::chrono::milliseconds(1));
+            }
+        });
+    });
+    EXPECT_EQ(failure([&] { peers.server.send(Huge(), 200); }),
+              "Couldn't send data. Details: Connection timed out");
+    peers.server.close();
+    ASSERT_TRUE(endsInTime(reader));
 }
 
 TEST(Com, AClientWaitsForTheResponseToItsRequest)
