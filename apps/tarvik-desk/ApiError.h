@@ -15,15 +15,15 @@ class ApiError : public Exception
 public:
     enum Status
     {
-        BAD_REQUEST = 400,
-        FORBIDDEN = 403,
-        NOT_FOUND = 404,
-        CONFLICT = 409,
-        GONE = 410,
-        LENGTH_REQUIRED = 411,
-        TOO_LARGE = 413,
-        UNPROCESSABLE = 422,
-        UNAVAILABLE = 503,
+        BadRequest = 400,
+        Forbidden = 403,
+        NotFound = 404,
+        Conflict = 409,
+        Gone = 410,
+        LengthRequired = 411,
+        TooLarge = 413,
+        Unprocessable = 422,
+        Unavailable = 503,
     };
 
     ApiError(Status status, std::string message) : Exception(std::move(message)), _status(status) {}
@@ -32,7 +32,7 @@ public:
     ApiError(const std::string& field, const Json& value, const std::string& limit)
         : Exception(field + " is " + value.dump(-1, ' ', false, Json::error_handler_t::replace) +
                     ", but it takes " + limit + "."),
-          _status(UNPROCESSABLE),
+          _status(Unprocessable),
           _details{{"field", field}, {"value", value}, {"limit", limit}}
     {}
 

@@ -58,7 +58,7 @@ std::shared_ptr<CameraLink::Client> CameraLink::camera() const
 {
     const MutexLock lock(_mutex);
     if (_camera == nullptr) {
-        throw ApiError(ApiError::UNAVAILABLE,
+        throw ApiError(ApiError::Unavailable,
                        "There is no connection to the camera at " + _address.text() + ". " +
                            (_state.text.empty() ? "The desk keeps trying." : _state.text));
     }

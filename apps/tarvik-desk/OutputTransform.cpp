@@ -54,7 +54,7 @@ Affine similarity(const ReferencePoint& p, const ReferencePoint& q)
     const double dy = q.seen.y - p.seen.y;
     const double length = dx * dx + dy * dy;
     if (length < 1e-6) {
-        throw ApiError(ApiError::UNPROCESSABLE, "Both points were seen at the same spot. Choose "
+        throw ApiError(ApiError::Unprocessable, "Both points were seen at the same spot. Choose "
                                                 "two that lie far apart.");
     }
     const double rx = q.robot.x - p.robot.x;
@@ -89,7 +89,7 @@ Affine affine(std::span<const ReferencePoint> points)
     const double determinant = sxx * syy - sxy * sxy;
     const double spread = sxx + syy;
     if (!(determinant > 1e-4 * spread * spread) || spread < 1e-6) {
-        throw ApiError(ApiError::UNPROCESSABLE, "The points lie on one line. Add one well beside "
+        throw ApiError(ApiError::Unprocessable, "The points lie on one line. Add one well beside "
                                                 "it.");
     }
     Affine a{.xx = (b.xx * syy - b.xy * sxy) / determinant,

@@ -72,7 +72,7 @@ template <class T>
 [[nodiscard]] T required(const std::optional<T>& value, const std::string& name)
 {
     if (!value) {
-        throw ApiError(ApiError::UNPROCESSABLE, "The field '" + name + "' is missing.");
+        throw ApiError(ApiError::Unprocessable, "The field '" + name + "' is missing.");
     }
     return *value;
 }

@@ -48,9 +48,9 @@ httplib::Server::Handler handler(Action action)
         } catch (const ApiError& e) {
             send(response, e);
         } catch (const teaching::TeachingException& e) {
-            send(response, ApiError(ApiError::UNPROCESSABLE, e.what()));
+            send(response, ApiError(ApiError::Unprocessable, e.what()));
         } catch (const client::ClientException& e) {
-            send(response, ApiError(ApiError::UNAVAILABLE, e.what()));
+            send(response, ApiError(ApiError::Unavailable, e.what()));
         } catch (const std::exception& e) {
             response.status = 500;
             send(response, Json{{"error", {{"message", e.what()}}}});
@@ -68,11 +68,11 @@ Json bodyOf(const Request& request)
     try {
         json = Json::parse(request.body);
     } catch (const Json::exception& e) {
-        throw ApiError(ApiError::BAD_REQUEST, std::string("The body is no JSON: ") + e.what());
+        throw ApiError(ApiError::BadRequest, std::string("The body is no JSON: ") + e.what());
     }
     if (!json.is_object()) {
-        throw ApiError(ApiError::BAD_REQUEST, std::string("The body must be a JSON object, not ") +
-                                                  json.type_name() + ".");
+        throw ApiError(ApiError::BadRequest, std::string("The body must be a JSON object, not ") +
+                                                 json.type_name() + ".");
     }
     return json;
 }
@@ -98,14 +98,14 @@ SnapshotPtr imageOf(Desk& desk, const Request& request)
     if (!request.has_param("image")) {
         SnapshotPtr newest = desk.album().newest();
         if (newest == nullptr) {
-            throw ApiError(ApiError::UNAVAILABLE, "No image has come yet.");
+            throw ApiError(ApiError::Unavailable, "No image has come yet.");
         }
         return newest;
     }
     const std::uint64_t wanted = number(request.get_param_value("image"), "image");
     SnapshotPtr found = desk.album().find(wanted);
     if (found == nullptr) {
-        throw ApiError(ApiError::GONE,
+        throw ApiError(ApiError::Gone,
                        "Image " + std::to_string(wanted) + " has gone. Take a newer one.");
     }
     return found;
@@ -117,14 +117,14 @@ SnapshotPtr imageWithPicture(Desk& desk, Viewers& viewers, const Request& reques
     if (request.has_param("image")) {
         SnapshotPtr named = imageOf(desk, request);
         if (!named->hasPicture(kind)) {
-            throw ApiError(ApiError::NOT_FOUND, "That image came without this picture: nobody "
-                                                "looked at the time.");
+            throw ApiError(ApiError::NotFound, "That image came without this picture: nobody "
+                                               "looked at the time.");
         }
         return named;
     }
     const auto place = viewers.enter({.pictures = {kind}});
     if (place == nullptr) {
-        throw ApiError(ApiError::UNAVAILABLE, "Too many browsers are looking. Close one of them.");
+        throw ApiError(ApiError::Unavailable, "Too many browsers are looking. Close one of them.");
     }
     const auto end = std::chrono::steady_clock::now() + PICTURE_PATIENCE;
     std::uint64_t seen = 0;
@@ -141,7 +141,7 @@ SnapshotPtr imageWithPicture(Desk& desk, Viewers& viewers, const Request& reques
                    .image;
     }
     static_cast<void>(desk.link().camera()); // says it when there is no connection
-    throw ApiError(ApiError::UNAVAILABLE,
+    throw ApiError(ApiError::Unavailable,
                    "The camera takes no images. Is it waiting for an external trigger?");
 }
 
@@ -183,14 +183,14 @@ std::string labelOf(const Json& changes)
 Json changeSettings(Desk& desk, const Json& changes)
 {
     if (changes.empty()) {
-        throw ApiError(ApiError::UNPROCESSABLE,
+        throw ApiError(ApiError::Unprocessable,
                        "Name settings and values: {\"camera.ThresholdLow\": 90}");
     }
     const auto outcome =
         desk.workbench().change(labelOf(changes), [&](SystemConfiguration& wanted) {
             for (const auto& [name, value] : changes.items()) {
                 if (SystemFile::covers(name)) {
-                    throw ApiError(ApiError::CONFLICT, "The control connection does not carry '" +
+                    throw ApiError(ApiError::Conflict, "The control connection does not carry '" +
                                                            name + "'. See PATCH /api/system");
                 }
                 changeSetting(wanted, name, value);
@@ -205,12 +205,12 @@ std::vector<ReferencePoint> referencePoints(Desk& desk, const Json& request)
     constexpr std::size_t MOST = 100;
     const auto points = request.find("points");
     if (points == request.end() || !points->is_array() || points->size() > MOST) {
-        throw ApiError(ApiError::UNPROCESSABLE,
+        throw ApiError(ApiError::Unprocessable,
                        "'points' must be a list of at most 100 {\"seen\", \"robot\"}.");
     }
     const SnapshotPtr image = desk.album().newest();
     if (image == nullptr) {
-        throw ApiError(ApiError::UNAVAILABLE, "No image has come yet, so pixels have no scale.");
+        throw ApiError(ApiError::Unavailable, "No image has come yet, so pixels have no scale.");
     }
     const double half = image->size().width / 2.0;
     std::vector<ReferencePoint> result;
@@ -352,7 +352,7 @@ void WebServer::addImages()
                   handler([this](const Request& request, Response& response) {
                       const std::uint64_t wanted = number(request.matches[1], "image");
                       if (_desk.album().hold(wanted) == nullptr) {
-                          throw ApiError(ApiError::GONE, "Image " + std::to_string(wanted) +
+                          throw ApiError(ApiError::Gone, "Image " + std::to_string(wanted) +
                                                              " has gone. Take a newer one.");
                       }
                       send(response, Json{{"held", wanted}});
@@ -462,7 +462,7 @@ void WebServer::addSystem()
     _server->Post("/api/system/shutdown",
                   handler([this](const Request& request, Response& response) {
                       if (!yesNoField(bodyOf(request), "confirm").value_or(false)) {
-                          throw ApiError(ApiError::UNPROCESSABLE,
+                          throw ApiError(ApiError::Unprocessable,
                                          "Stopping the camera process needs {\"confirm\": true}.");
                       }
                       _desk.link().camera()->shutdown();

@@ -150,7 +150,7 @@ void changeSetting(SystemConfiguration& c, const std::string& name, const Json& 
     const std::vector<Setting> all = configuration::settings(c);
     const auto found = std::ranges::find(all, name, &Setting::name);
     if (found == all.end()) {
-        throw ApiError(ApiError::NOT_FOUND,
+        throw ApiError(ApiError::NotFound,
                        "There is no setting '" + name + "'. All of them: GET /api/settings");
     }
     const SettingGuide& guide = configuration::guideTo(name);
@@ -164,7 +164,7 @@ void changeSetting(SystemConfiguration& c, const std::string& name, const Json& 
     try {
         configuration::change(c, name, textOf(value));
     } catch (const configuration::SettingException& e) {
-        throw ApiError(ApiError::UNPROCESSABLE, e.what());
+        throw ApiError(ApiError::Unprocessable, e.what());
     }
 }
 

@@ -34,15 +34,15 @@ Json SystemFile::json() const
 void SystemFile::change(const std::string& name, const Json& value)
 {
     if (!known()) {
-        throw ApiError(ApiError::CONFLICT,
+        throw ApiError(ApiError::Conflict,
                        "The control connection does not carry '" + name +
                            "', and the desk knows no config.xml. Start it with --config FILE on "
                            "the camera's machine.");
     }
     if (!covers(name)) {
-        throw ApiError(ApiError::NOT_FOUND, "'" + name +
-                                                "' is no setting of the groups server, "
-                                                "udp, telnet and logging.");
+        throw ApiError(ApiError::NotFound, "'" + name +
+                                               "' is no setting of the groups server, "
+                                               "udp, telnet and logging.");
     }
     SystemConfiguration scratch;
     changeSetting(scratch, name, value); // throws for what is no value

@@ -38,8 +38,8 @@ std::unique_ptr<analysis::Frame> frameOf(const Snapshot& snapshot, std::int32_t 
 {
     const analysis::Object* const object = snapshot.result().frame.findObject(id);
     if (object == nullptr) {
-        throw ApiError(ApiError::NOT_FOUND, "Image " + std::to_string(snapshot.number()) +
-                                                " has no object " + std::to_string(id) + ".");
+        throw ApiError(ApiError::NotFound, "Image " + std::to_string(snapshot.number()) +
+                                               " has no object " + std::to_string(id) + ".");
     }
     auto frame = std::make_unique<analysis::Frame>();
     frame->setObject(0, *object);
@@ -66,7 +66,7 @@ int indexOf(const DatabaseState& database, std::int32_t id)
     const auto templates = database.templates();
     const auto found = std::ranges::find_if(templates, [id](const auto& t) { return t->id == id; });
     if (found == templates.end()) {
-        throw ApiError(ApiError::NOT_FOUND, "There is no template " + std::to_string(id) + ".");
+        throw ApiError(ApiError::NotFound, "There is no template " + std::to_string(id) + ".");
     }
     return static_cast<int>(found - templates.begin());
 }
@@ -118,7 +118,7 @@ DatabaseState decode(const std::string& xml)
         decoder& field("Database", state);
         return state;
     } catch (const Exception& e) {
-        throw ApiError(ApiError::UNPROCESSABLE,
+        throw ApiError(ApiError::Unprocessable,
                        std::string("The file holds no database: ") + e.what());
     }
 }
@@ -160,7 +160,7 @@ Json teachTemplate(Desk& desk, const Json& request)
     const Lesson lesson = lessonOf(request);
     const SnapshotPtr snapshot = desk.album().find(static_cast<std::uint64_t>(number));
     if (snapshot == nullptr) {
-        throw ApiError(ApiError::GONE, "Image " + std::to_string(number) +
+        throw ApiError(ApiError::Gone, "Image " + std::to_string(number) +
                                            " has gone. Choose the object in a newer one.");
     }
     const auto frame = frameOf(*snapshot, static_cast<std::int32_t>(object));

@@ -109,7 +109,7 @@ WebServer::WebServer(Desk& desk, const ListenOptions& options)
     });
     _server->set_error_handler([](const Request& request, Response& response) {
         if (response.body.empty()) {
-            const std::string text = response.status == ApiError::NOT_FOUND
+            const std::string text = response.status == ApiError::NotFound
                                          ? "There is no " + request.path + " here."
                                          : "The request cannot be answered (HTTP status " +
                                                std::to_string(response.status) + ").";
@@ -159,11 +159,11 @@ bool WebServer::refuses(const Request& request, Response& response) const
         _guard.objection(request.get_header_value("Host"), request.get_header_value("Origin"),
                          api ? request.get_header_value("Sec-Fetch-Site") : "");
     if (objection) {
-        answer(response, ApiError(ApiError::FORBIDDEN, *objection));
+        answer(response, ApiError(ApiError::Forbidden, *objection));
         return true;
     }
     if (request.has_header("Transfer-Encoding")) {
-        answer(response, ApiError(ApiError::LENGTH_REQUIRED,
+        answer(response, ApiError(ApiError::LengthRequired,
                                   "Send the body with a Content-Length, not in chunks."));
         return true;
     }
@@ -174,8 +174,8 @@ bool WebServer::refuses(const Request& request, Response& response) const
     const auto [end, error] = std::from_chars(length.data(), length.data() + length.size(), bytes);
     if (!length.empty() && (error != std::errc() || *end != '\0' || bytes > most)) {
         answer(response,
-               ApiError(ApiError::TOO_LARGE, "The body has " + length + " bytes, but at most " +
-                                                 std::to_string(most) + " are taken here."));
+               ApiError(ApiError::TooLarge, "The body has " + length + " bytes, but at most " +
+                                                std::to_string(most) + " are taken here."));
         return true;
     }
     return false;
@@ -205,7 +205,7 @@ void WebServer::streamEvents(const Request& request, Response& response)
         const ViewerWish wish = wishOf(request);
         const std::shared_ptr<void> place = _viewers.enter(wish);
         if (place == nullptr) {
-            throw ApiError(ApiError::UNAVAILABLE,
+            throw ApiError(ApiError::Unavailable,
                            std::to_string(Viewers::MOST) +
                                " browsers are looking already, which is as many as this desk "
                                "serves. Close one of them.");

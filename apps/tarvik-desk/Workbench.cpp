@@ -102,7 +102,7 @@ Workbench::Configuration Workbench::configuration() const
     Configuration current = configurationOrNull();
     if (current == nullptr) {
         static_cast<void>(_link.camera()); // says why
-        throw ApiError(ApiError::UNAVAILABLE, "The camera's settings are being read.");
+        throw ApiError(ApiError::Unavailable, "The camera's settings are being read.");
     }
     return current;
 }
@@ -127,7 +127,7 @@ Workbench::Outcome Workbench::undo()
     {
         const MutexLock lock(_stateMutex);
         if (_steps.empty()) {
-            throw ApiError(ApiError::CONFLICT, "There is nothing to undo.");
+            throw ApiError(ApiError::Conflict, "There is nothing to undo.");
         }
         step = _steps.back();
     }
