@@ -9,10 +9,10 @@
 #include <cerrno>
 #include <charconv>
 #include <cstdio>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <system_error>
 #include <utility>
 
 namespace tarvik::desk {
@@ -39,7 +39,7 @@ Json readFile(const std::string& path)
 
 [[noreturn]] void fail(const std::string& path)
 {
-    throw Exception("Cannot write '" + path + "': " + std::strerror(errno) +
+    throw Exception("Cannot write '" + path + "': " + std::generic_category().message(errno) +
                     ". Choose another file with --names, or look at the rights to the folder.");
 }
 

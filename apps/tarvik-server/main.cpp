@@ -13,7 +13,6 @@
 #include <cstddef>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <exception>
 #include <string>
 #include <system_error>
@@ -87,8 +86,8 @@ int whyUnreadable(const std::string& path)
 void examineFolder(const ServerOptions& options)
 {
     const auto warn = [](const std::string& what, int error, const std::string& advice) {
-        std::fprintf(stderr, "tarvik-server: %s: %s. %s\n", what.c_str(), std::strerror(error),
-                     advice.c_str());
+        std::fprintf(stderr, "tarvik-server: %s: %s. %s\n", what.c_str(),
+                     std::generic_category().message(error).c_str(), advice.c_str());
     };
     std::string probe = options.configPath() + ".XXXXXX";
     const int written = ::mkostemp(probe.data(), O_CLOEXEC);

@@ -9,15 +9,16 @@
 #include <cerrno>
 #include <chrono>
 #include <cstdint>
-#include <cstring>
 #include <string>
+#include <system_error>
 
 namespace tarvik::concurrent {
 
 WakeUp::WakeUp() : _descriptor(::eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC))
 {
     if (_descriptor < 0) {
-        throw Exception(std::string("Couldn't create a wake-up. Details: ") + std::strerror(errno));
+        throw Exception(std::string("Couldn't create a wake-up. Details: ") +
+                        std::generic_category().message(errno));
     }
 }
 
