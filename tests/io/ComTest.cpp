@@ -241,8 +241,8 @@ TEST(Com, AWriterGivesUpAtAPeerThatReadsForEver)
     Peers peers;
     auto reader = inBackground([&] {
         return failure([&] {
-            while (true) { // never a stall: a quarter of a minute for the whole message
-                peers.read(4096);
+            while (true) { // never a stall, but seconds for the whole message
+                peers.read(16384);
                 std::this_thread::sleep_for(std::chrono::milliseconds(1));
             }
         });
