@@ -53,7 +53,7 @@ SnapshotPtr Album::find(std::uint64_t number) const
 SnapshotPtr Album::hold(std::uint64_t number)
 {
     const MutexLock lock(_mutex);
-    const SnapshotPtr found = findLocked(number);
+    SnapshotPtr found = findLocked(number);
     if (found != nullptr && findIn(_held, number) == nullptr) {
         push(_held, found, HELD);
     }

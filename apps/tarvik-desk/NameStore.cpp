@@ -28,7 +28,7 @@ Json readFile(const std::string& path)
         return Json::object();
     }
     const std::string text{std::istreambuf_iterator<char>(file), {}};
-    const Json json = Json::parse(text, nullptr, false);
+    Json json = Json::parse(text, nullptr, false);
     if (!json.is_object() || !json.value("cameras", Json::object()).is_object()) {
         throw Exception("'" + path +
                         "' holds no names of templates. Move it away, or choose "

@@ -230,7 +230,7 @@ bool Connection::waitUntilLost(std::chrono::milliseconds time)
 
 ClientException Connection::giveUp(const std::string& what, std::chrono::milliseconds time)
 {
-    const ClientException reason = timedOut(_server, what, time);
+    ClientException reason = timedOut(_server, what, time);
     {
         const MutexLock lock(_stateMutex);
         _failure = reason;

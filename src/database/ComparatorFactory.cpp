@@ -9,11 +9,12 @@ ComparatorFactory::ComparatorFactory()
 {
     constexpr const char* DESCRIPTION = "Compares the sum of squared differences between the "
                                         "frequencies of the fourier descriptors.";
-    // addImplementation() takes ownership at once.
+    // NOLINTBEGIN(cppcoreguidelines-owning-memory): addImplementation() takes ownership at once
     addImplementation(new TypedImplementation<comparators::AdvancedComparator>(
-        "Outer and inner contours", DESCRIPTION)); // NOLINT(cppcoreguidelines-owning-memory)
-    addImplementation(new TypedImplementation<comparators::StereoComparator>(
-        "Outer contours", DESCRIPTION)); // NOLINT(cppcoreguidelines-owning-memory)
+        "Outer and inner contours", DESCRIPTION));
+    addImplementation(
+        new TypedImplementation<comparators::StereoComparator>("Outer contours", DESCRIPTION));
+    // NOLINTEND(cppcoreguidelines-owning-memory)
 }
 
 std::shared_ptr<Comparator> ComparatorFactory::make(const Implementation* implementation)

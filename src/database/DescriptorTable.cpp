@@ -32,8 +32,8 @@ DescriptorTable::DescriptorTable(std::span<const std::shared_ptr<const Template>
 
 void DescriptorTable::compare(const analysis::FourierDescriptor& object, Errors& errors) const
 {
-    std::array<std::int32_t, 2 * MAX_TEMPLATES>
-        sums; // NOLINT(cppcoreguidelines-pro-type-member-init)
+    // NOLINTNEXTLINE(cppcoreguidelines-pro-type-member-init): filled at once
+    std::array<std::int32_t, 2 * MAX_TEMPLATES> sums;
 #ifdef __x86_64__
     if (__builtin_cpu_supports("avx2") != 0) {
         squaredDistancesWide(Lanes(object), _lanes, sums.data());

@@ -28,8 +28,8 @@ Decision decide(const DatabaseState& state, const ComparedObject& object)
 {
     Decision decision;
     const Comparator& comparator = *state.comparator();
-    DescriptorTable::Errors
-        errors; // NOLINT(cppcoreguidelines-pro-type-member-init): filled at once
+    // NOLINTNEXTLINE(cppcoreguidelines-pro-type-member-init): filled at once
+    DescriptorTable::Errors errors;
     state.descriptors().compare(object.object().fourierDescriptor(), errors);
     for (std::size_t i = 0; i < state.templates().size(); ++i) {
         // What does not match, or is worse than two that do, decides nothing.

@@ -20,7 +20,7 @@ Template::Template(int newId, const analysis::Object& object)
     measureInnerContours();
 }
 
-Template::Template(const Template& other) : _innerContourCount(0)
+Template::Template(const Template& other)
 {
     *this = other;
 }
