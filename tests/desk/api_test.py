@@ -155,6 +155,7 @@ class ApiTest(unittest.TestCase):
         with open(f"{self.stand.folder}/names.json", encoding="utf-8") as file:
             names = json.load(file)["cameras"][f"{ADDRESS}:7453"]
         self.assertEqual(names["41"], "New")
+        wait_for("the first image to go", lambda: self.stand.request("GET", "/api/pictures/original.png?image=1")[0] == 410)
         self.refused(410, "has gone", "POST", "/api/templates", {"image": 1, "object": 1})
         self.refused(422, "'object' is missing", "POST", "/api/templates", {"image": image["image"]})
 
